@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include "tests/support/temp_dir.h"
+#include "toolkit/core/file_system.h"
+#include "toolkit/core/image.h"
+#include "toolkit/core/runtime_error.h"
+
+namespace toolkit {
+namespace {
+
+RgbImage gradient(int w, int h) {
+  RgbImage img{w, h, std::vector<std::uint8_t>(static_cast<std::size_t>(w * h * 3))};
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      auto* p = &img.pixels[static_cast<std::size_t>((y * w + x) * 3)];
+      p[0] = static_cast<std::uint8_t>(x * 7);
+      p[1] = static_cast<std::uint8_t>(y * 5);
+      p[2] = static_cast<std::uint8_t>(x + y);
+    }
+  return img;
+}
+
+TEST(BmpTest, EncodedBitmapHasTheStandardHeaderAndPaddedRows) {
+  auto bmp = encodeBmp24(gradient(5, 3));
+  ASSERT_EQ(bmp.size(), 54u + 16u * 3u);  // 5 * 3 = 15 bytes, padded to 16
+  EXPECT_EQ(bmp[0], 'B');
+  EXPECT_EQ(bmp[1], 'M');
+  EXPECT_EQ(bmp[10], 54);
+  EXPECT_EQ(bmp[18], 5);
+  EXPECT_EQ(bmp[22], 3);
+  EXPECT_EQ(bmp[28], 24);
+  EXPECT_EQ(bmp[46], 0);  // biClrUsed
+  // First file row is the bottom picture row (y = 2), first pixel stored blue, green, red.
+  EXPECT_EQ(bmp[54], 2);   // x + y
+  EXPECT_EQ(bmp[55], 10);  // y * 5
+  EXPECT_EQ(bmp[56], 0);   // x * 7
+}
+
+TEST(BmpTest, DecodeReadsBackWhatWasEncoded) {
+  auto img = gradient(7, 4);
+  auto bmp = encodeBmp24(img);
+  auto back = decodeBmp(bmp);
+  ASSERT_TRUE(back);
+  EXPECT_EQ(*back, img);
+}
+
+TEST(BmpTest, TruncatedOrHostileHeadersAreRefused) {
+  auto bmp = encodeBmp24(gradient(7, 4));
+  auto cut = bmp;
+  cut.resize(bmp.size() - 1);
+  EXPECT_FALSE(decodeBmp(cut));
+  auto huge = bmp;
+  huge[21] = 0x7f;  // width of about 2 billion
+  EXPECT_FALSE(decodeBmp(huge));
+}
+
+TEST(JpegTest, RoundTripKeepsSizeAndRoughColour) {
+  auto img = gradient(64, 48);
+  auto jpeg = encodeJpeg(img, 95, ChromaSubsampling::k444);
+  ASSERT_FALSE(jpeg.empty());
+  auto back = decodeJpeg(jpeg);
+  ASSERT_TRUE(back);
+  EXPECT_EQ(back->width, 64);
+  EXPECT_EQ(back->height, 48);
+  EXPECT_NEAR(back->pixels[3 * (10 * 64 + 10)], img.pixels[3 * (10 * 64 + 10)], 6);
+}
+
+TEST(LoadPictureTest, UndecodableFileIsInvalidPictureAndMissingFileIsNotFound) {
+  testing_support::TempDir dir;
+  PosixFileSystem fs;
+  testing_support::writeBytes(dir.file("bad.jpg"), {0xff, 0xd8, 0xff, 0xe0, 1, 2, 3});
+  try {
+    loadPicture(fs, dir.file("bad.jpg"));
+    FAIL();
+  } catch (const RuntimeError& e) {
+    EXPECT_EQ(e.number(), 481);
+  }
+  try {
+    loadPicture(fs, dir.file("none.jpg"));
+    FAIL();
+  } catch (const RuntimeError& e) {
+    EXPECT_EQ(e.number(), 53);
+  }
+  testing_support::writeBytes(dir.file("ok.bmp"), encodeBmp24(gradient(3, 2)));
+  EXPECT_EQ(loadPicture(fs, dir.file("ok.bmp")), gradient(3, 2));
+}
+
+}  // namespace
+}  // namespace toolkit

@@ -1,0 +1,56 @@
+#pragma once
+
+// The file operations of the program, behind an interface so that tests can make any of them
+// fail (a full disk, a folder that cannot be written) the way LevelDB's test environment does.
+// Failures are RuntimeErrors with the old toolkit's numbers.
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace toolkit {
+
+class ReadableFile {
+ public:
+  virtual ~ReadableFile() = default;
+  virtual std::int64_t length() const = 0;
+  // Reads up to out.size() bytes at a 0-based offset; fewer at the end of the file. Bytes past the
+  // end are left untouched, so a caller that zero-filled its buffer reads zeros there.
+  virtual std::size_t readAt(std::int64_t offset, std::span<std::uint8_t> out) = 0;
+};
+
+class WritableFile {
+ public:
+  virtual ~WritableFile() = default;
+  virtual void writeAt(std::int64_t offset, std::span<const std::uint8_t> data) = 0;
+  // Cuts the file to its first `length` bytes.
+  virtual void truncate(std::int64_t length) = 0;
+};
+
+class FileSystem {
+ public:
+  virtual ~FileSystem() = default;
+  // Opens an existing file for reading; a missing file is "File not found" (53).
+  virtual std::unique_ptr<ReadableFile> openRead(const std::string& path) = 0;
+  // Opens for writing, creating the file if it is not there and keeping its bytes if it is.
+  virtual std::unique_ptr<WritableFile> openWrite(const std::string& path) = 0;
+  virtual bool exists(const std::string& path) = 0;  // a regular file at that path
+  virtual void remove(const std::string& path) = 0;
+};
+
+class PosixFileSystem : public FileSystem {
+ public:
+  std::unique_ptr<ReadableFile> openRead(const std::string& path) override;
+  std::unique_ptr<WritableFile> openWrite(const std::string& path) override;
+  bool exists(const std::string& path) override;
+  void remove(const std::string& path) override;
+};
+
+// Maps an errno value to the old toolkit's run-time error.
+[[noreturn]] void throwFileError(int err, bool writing);
+
+// Reads a whole file; throws like openRead.
+std::string readWholeFile(FileSystem& fs, const std::string& path);
+
+}  // namespace toolkit

@@ -1,0 +1,167 @@
+#include "toolkit/core/image.h"
+
+#include <turbojpeg.h>
+
+#include <cstring>
+#include <memory>
+
+#include "toolkit/core/file_system.h"
+#include "toolkit/core/runtime_error.h"
+
+namespace toolkit {
+namespace {
+
+struct TjDeleter {
+  void operator()(void* handle) const { tjDestroy(handle); }
+};
+using TjHandle = std::unique_ptr<void, TjDeleter>;
+
+std::uint32_t le32(std::span<const std::uint8_t> b, std::size_t at) {
+  return std::uint32_t{b[at]} | std::uint32_t{b[at + 1]} << 8 | std::uint32_t{b[at + 2]} << 16 |
+         std::uint32_t{b[at + 3]} << 24;
+}
+std::uint16_t le16(std::span<const std::uint8_t> b, std::size_t at) {
+  return static_cast<std::uint16_t>(b[at] | b[at + 1] << 8);
+}
+void put32(std::uint8_t* p, std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) p[i] = static_cast<std::uint8_t>(v >> (8 * i));
+}
+void put16(std::uint8_t* p, std::uint16_t v) {
+  p[0] = static_cast<std::uint8_t>(v);
+  p[1] = static_cast<std::uint8_t>(v >> 8);
+}
+
+}  // namespace
+
+std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes) {
+  if (bytes.size() < 4) return std::nullopt;
+  TjHandle tj(tjInitDecompress());
+  if (!tj) return std::nullopt;
+  int width = 0, height = 0, subsamp = 0, colorspace = 0;
+  auto* src = const_cast<unsigned char*>(bytes.data());
+  auto size = static_cast<unsigned long>(bytes.size());
+  if (tjDecompressHeader3(tj.get(), src, size, &width, &height, &subsamp, &colorspace) != 0) {
+    return std::nullopt;
+  }
+  if (width <= 0 || height <= 0 ||
+      static_cast<std::int64_t>(width) * height > kMaxPicturePixels) {
+    return std::nullopt;
+  }
+  RgbImage image{width, height, {}};
+  image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
+  if (tjDecompress2(tj.get(), src, size, image.pixels.data(), width, 0, height, TJPF_RGB, 0) != 0 &&
+      tjGetErrorCode(tj.get()) == TJERR_FATAL) {
+    return std::nullopt;
+  }
+  return image;
+}
+
+std::vector<std::uint8_t> encodeJpeg(const RgbImage& image, int quality,
+                                     ChromaSubsampling subsampling) {
+  TjHandle tj(tjInitCompress());
+  unsigned char* out = nullptr;
+  unsigned long outSize = 0;
+  int samp = subsampling == ChromaSubsampling::k444 ? TJSAMP_444 : TJSAMP_420;
+  if (!tj || tjCompress2(tj.get(), image.pixels.data(), image.width, 0, image.height, TJPF_RGB,
+                         &out, &outSize, samp, quality, 0) != 0) {
+    tjFree(out);
+    return {};
+  }
+  std::vector<std::uint8_t> jpeg(out, out + outSize);
+  tjFree(out);
+  return jpeg;
+}
+
+std::vector<std::uint8_t> encodeBmp24(const RgbImage& image) {
+  const int row = bmpRowBytes(image.width);
+  const std::size_t dataSize = static_cast<std::size_t>(row) * static_cast<std::size_t>(image.height);
+  std::vector<std::uint8_t> bmp(54 + dataSize, 0);
+  std::uint8_t* h = bmp.data();
+  h[0] = 'B';
+  h[1] = 'M';
+  put32(h + 2, static_cast<std::uint32_t>(bmp.size()));
+  put32(h + 10, 54);
+  put32(h + 14, 40);
+  put32(h + 18, static_cast<std::uint32_t>(image.width));
+  put32(h + 22, static_cast<std::uint32_t>(image.height));
+  put16(h + 26, 1);
+  put16(h + 28, 24);
+  put32(h + 34, static_cast<std::uint32_t>(dataSize));
+  put32(h + 38, 3780);  // 96 dpi
+  put32(h + 42, 3780);
+  for (int y = 0; y < image.height; ++y) {
+    const std::uint8_t* src =
+        image.pixels.data() + static_cast<std::size_t>(image.height - 1 - y) * image.width * 3;
+    std::uint8_t* dst = h + 54 + static_cast<std::size_t>(y) * row;
+    for (int x = 0; x < image.width; ++x) {
+      dst[3 * x] = src[3 * x + 2];
+      dst[3 * x + 1] = src[3 * x + 1];
+      dst[3 * x + 2] = src[3 * x];
+    }
+  }
+  return bmp;
+}
+
+std::optional<RgbImage> decodeBmp(std::span<const std::uint8_t> b) {
+  if (b.size() < 54 || b[0] != 'B' || b[1] != 'M') return std::nullopt;
+  const std::uint32_t offBits = le32(b, 10);
+  const std::uint32_t infoSize = le32(b, 14);
+  const auto width = static_cast<std::int32_t>(le32(b, 18));
+  const auto rawHeight = static_cast<std::int32_t>(le32(b, 22));
+  const std::uint16_t bits = le16(b, 28);
+  const std::uint32_t compression = le32(b, 30);
+  std::uint32_t colors = le32(b, 46);
+  if (infoSize < 40 || width <= 0 || rawHeight == 0 || rawHeight == INT32_MIN) return std::nullopt;
+  if (compression != 0 && !(compression == 3 && bits == 32)) return std::nullopt;
+  if (bits != 8 && bits != 24 && bits != 32) return std::nullopt;
+  const bool topDown = rawHeight < 0;
+  const std::int32_t height = topDown ? -rawHeight : rawHeight;
+  const std::int64_t rowBytes = ((static_cast<std::int64_t>(width) * bits + 31) / 32) * 4;
+  if (offBits > b.size() || rowBytes * height > static_cast<std::int64_t>(b.size() - offBits)) {
+    return std::nullopt;
+  }
+  std::span<const std::uint8_t> palette;
+  if (bits == 8) {
+    if (colors == 0 || colors > 256) colors = 256;
+    const std::size_t palAt = 14 + infoSize;
+    if (palAt + std::size_t{colors} * 4 > b.size()) return std::nullopt;
+    palette = b.subspan(palAt, std::size_t{colors} * 4);
+  }
+  RgbImage image{width, height, {}};
+  image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
+  for (std::int32_t y = 0; y < height; ++y) {
+    const std::int32_t fileRow = topDown ? y : height - 1 - y;
+    const std::uint8_t* src = b.data() + offBits + static_cast<std::size_t>(fileRow * rowBytes);
+    std::uint8_t* dst = image.pixels.data() + static_cast<std::size_t>(y) * width * 3;
+    for (std::int32_t x = 0; x < width; ++x) {
+      const std::uint8_t* bgr = nullptr;
+      if (bits == 8) {
+        std::size_t index = src[x];
+        if (index * 4 + 3 >= palette.size()) index = 0;
+        bgr = palette.data() + index * 4;
+      } else {
+        bgr = src + static_cast<std::size_t>(x) * (bits / 8);
+      }
+      dst[3 * x] = bgr[2];
+      dst[3 * x + 1] = bgr[1];
+      dst[3 * x + 2] = bgr[0];
+    }
+  }
+  return image;
+}
+
+RgbImage loadPicture(FileSystem& fs, const std::string& path) {
+  std::string bytes = readWholeFile(fs, path);
+  std::span<const std::uint8_t> data(reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                     bytes.size());
+  std::optional<RgbImage> image;
+  if (data.size() >= 2 && data[0] == 'B' && data[1] == 'M') {
+    image = decodeBmp(data);
+  } else {
+    image = decodeJpeg(data);
+  }
+  if (!image) throw RuntimeError::of(ErrorNumber::InvalidPicture);
+  return std::move(*image);
+}
+
+}  // namespace toolkit

@@ -1,0 +1,46 @@
+#pragma once
+
+// Plain pixel buffers and the two picture formats the program reads and writes: JPEG through
+// libjpeg-turbo with its default (accurate) decoding, and uncompressed Windows bitmaps.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace toolkit {
+
+class FileSystem;
+
+// RGB, 3 bytes a pixel, top row first, rows tightly packed.
+struct RgbImage {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint8_t> pixels;
+
+  bool empty() const { return width <= 0 || height <= 0; }
+  friend bool operator==(const RgbImage&, const RgbImage&) = default;
+};
+
+// nullopt for anything libjpeg-turbo cannot decode. Pictures of more than kMaxPicturePixels are
+// refused, so a hostile header cannot make us allocate gigabytes.
+std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes);
+inline constexpr std::int64_t kMaxPicturePixels = std::int64_t{1} << 27;
+
+enum class ChromaSubsampling { k444, k420 };
+std::vector<std::uint8_t> encodeJpeg(const RgbImage& image, int quality = 85,
+                                     ChromaSubsampling subsampling = ChromaSubsampling::k420);
+
+// A 24-bit bottom-up bitmap with the 54-byte header, biClrUsed 0, rows padded to 4 bytes.
+std::vector<std::uint8_t> encodeBmp24(const RgbImage& image);
+inline constexpr int bmpRowBytes(int width) { return (width * 3 + 3) & ~3; }
+
+// Reads uncompressed 8-bit (palette), 24-bit and 32-bit bitmaps, bottom-up or top-down.
+std::optional<RgbImage> decodeBmp(std::span<const std::uint8_t> bytes);
+
+// The toolkit's LoadPicture: a JPEG or BMP file to pixels. A missing file raises its file error;
+// anything undecodable is "Invalid picture" (481).
+RgbImage loadPicture(FileSystem& fs, const std::string& path);
+
+}  // namespace toolkit
