@@ -1,0 +1,32 @@
+#pragma once
+
+// The pictures of the skin, painted in code so that the art can be reviewed like any source and
+// the repository holds no binary images. Each picture has a fixed natural size in pixels; the
+// windows place and stretch them as their layout says.
+
+#include <QImage>
+#include <QSize>
+
+namespace skin {
+
+enum class SkinPicture {
+  Background,  // Form1's background, 836 x 563
+  Icon,        // the window icon, 64 x 64
+  // The fourteen image buttons.
+  ImgFile, ImgSetting, ImgSave, ImgBegin, ImgEnd, ImgLeftStep, ImgRightStep,
+  ImgLeftPlay, ImgPausePlay, ImgRightPlay, ImgLeftSearch, ImgRightSearch, ImgZoomOut, ImgZoomIn,
+  // The caption strip.
+  ImgCfile, ImgCsetting, ImgCsave, ImgCbe, ImgCstep, ImgCplay, ImgCsearch, ImgCzoom,
+  // The speed marks.
+  Img1X, Img2X, Img3X, Img4X, Img5X, Img1XN, Img2XN, Img3XN, Img4XN, Img5XN,
+  // The timeline.
+  PicBlock,  // the slider, 50 x 15
+  ImgBar,    // the track, 633 x 15
+};
+
+QSize naturalSize(SkinPicture picture);
+
+// Paints the picture afresh at its natural size (Format_RGB32; the icon may carry alpha).
+QImage paintSkinPicture(SkinPicture picture);
+
+}  // namespace skin
