@@ -22,6 +22,14 @@ struct MessageBoxRequest {
   std::optional<std::string> title;  // nullopt: the toolkit's default, kApplicationTitle
   MsgButtons buttons = MsgButtons::Ok;
 
+  // A box with the OK button; the title left out is the toolkit's default.
+  static MessageBoxRequest plain(std::string text, std::optional<std::string> title = {}) {
+    return {std::move(text), MsgIcon::None, std::move(title), MsgButtons::Ok};
+  }
+  static MessageBoxRequest critical(std::string text, std::optional<std::string> title = {}) {
+    return {std::move(text), MsgIcon::Critical, std::move(title), MsgButtons::Ok};
+  }
+
   std::string shownTitle() const { return title.value_or(kApplicationTitle); }
   friend bool operator==(const MessageBoxRequest&, const MessageBoxRequest&) = default;
 };
