@@ -13,6 +13,8 @@
 
 namespace clip {
 
+class ClipScanner;
+
 using toolkit::Boolean;
 using toolkit::Integer;
 using toolkit::Long;
@@ -51,6 +53,8 @@ class SeparateMJPG {
   Long DisplayHeight;
 
  private:
+  Integer recoverCutOffRecording(ClipScanner& scan);
+
   toolkit::Platform& m_platform;
 };
 

@@ -1,0 +1,185 @@
+#include "clip/separate_mjpg.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "clip/clip_format.h"
+#include "clip/clip_scan.h"
+#include "toolkit/core/program_folder.h"
+#include "toolkit/core/runtime_error.h"
+
+namespace clip {
+
+using toolkit::ErrorNumber;
+using toolkit::MessageBoxRequest;
+using toolkit::MsgIcon;
+using toolkit::RuntimeError;
+
+namespace {
+
+constexpr const char* kEmptyFileText = "The file doesn't exist or no content in it.";
+constexpr const char* kUnvalidTypeText = "The file type is unvalid!";
+
+std::int32_t signed32(const std::uint8_t* b) {
+  std::uint32_t v = std::uint32_t{b[0]} | std::uint32_t{b[1]} << 8 | std::uint32_t{b[2]} << 16 |
+                    std::uint32_t{b[3]} << 24;
+  return static_cast<std::int32_t>(v);
+}
+
+bool tagIs(const std::uint8_t* b, std::string_view tag) {
+  return std::memcmp(b, tag.data(), tag.size()) == 0;
+}
+
+// Reads a record at a 0-based offset; what lies past the end of the file reads as zeros.
+template <std::size_t N>
+std::array<std::uint8_t, N> readRecord(toolkit::ReadableFile& file, std::int64_t offset) {
+  std::array<std::uint8_t, N> record{};
+  file.readAt(offset, record);
+  return record;
+}
+
+}  // namespace
+
+Boolean SeparateMJPG::InitialAviInfo(const std::string& path) {
+  auto refuse = [this](MessageBoxRequest box) {
+    m_platform.messages.show(box);
+    return toolkit::kFalse;
+  };
+  try {
+    std::int32_t width = 0, height = 0, junkSize = 0;
+    {
+      auto file = m_platform.files.openRead(path);
+      if (file->length() == 0) return refuse(MessageBoxRequest::plain(kEmptyFileText));
+
+      auto riff = readRecord<12>(*file, format::kRiffOffset);
+      if (tagIs(riff.data(), format::kRiffTag) && !tagIs(riff.data() + 8, format::kAviFormType)) {
+        return refuse(MessageBoxRequest::critical(kUnvalidTypeText, "Warning"));
+      }
+      auto main = readRecord<format::kMainHeaderRecordBytes>(*file, format::kMainHeaderOffset);
+      if (!tagIs(main.data(), format::kMainHeaderTag)) {
+        return refuse(MessageBoxRequest::critical(kUnvalidTypeText, "Warning"));
+      }
+      auto junk = readRecord<8>(*file, format::kJunkOffset);
+      if (!tagIs(junk.data(), format::kJunkTag)) {
+        return refuse(MessageBoxRequest::critical(kUnvalidTypeText, "Warning"));
+      }
+      width = signed32(main.data() + (format::kWidthOffset - format::kMainHeaderOffset));
+      height = signed32(main.data() + (format::kHeightOffset - format::kMainHeaderOffset));
+      junkSize = signed32(junk.data() + 4);
+    }
+    ClipPath = path;
+    ClipHeight = height;
+    ClipWidth = width;
+    JunkSize = junkSize;  // a size that does not fit 16 bits overflows here, after the others
+    return toolkit::kTrue;
+  } catch (const RuntimeError& e) {
+    m_platform.messages.show(
+        MessageBoxRequest::critical(toolkit::errorBoxText("InitialAviInfo", e)));
+    return toolkit::kFalse;
+  }
+}
+
+Integer SeparateMJPG::SaveAviChunk(const std::string& path) {
+  try {
+    auto file = m_platform.files.openRead(path);
+    ClipScanner scan(*file);
+
+    const std::int64_t indexPos = scan.findLast(format::kIndexTag);
+    if (indexPos <= 0) return recoverCutOffRecording(scan);
+    const Long count = scan.number(indexPos + 4) / Long(format::kIndexEntryBytes);
+    if (!scan.tagAt(indexPos + 8, format::kFrameTag)) return recoverCutOffRecording(scan);
+    IndexEntryCount = count;
+    // Past 32,768 entries the 16-bit frame counter overflows before a second entry is read,
+    // so the table is never needed: a hostile size field cannot make us allocate gigabytes.
+    const bool tooMany = count.value() > format::kMaxFrames + 1;
+    IndexSizes.assign(tooMany ? 1 : static_cast<std::size_t>(count.value()) + 1, 0);
+    std::int64_t at = indexPos + 8 + format::kIndexEntrySizeOffset;
+    IndexSizes[0] = scan.number(at).value();
+    // The loop's bound and counter are 16-bit. 32,768 entries overflow only when the counter
+    // steps past 32,767, after the last entry was read.
+    for (Integer k = 1, last = (count - Long(1)).value(); k <= last; ++k) {
+      at += format::kIndexEntryBytes;
+      IndexSizes[static_cast<std::size_t>(k.value())] = scan.number(at).value();
+    }
+
+
+    const std::size_t tableSize = IndexSizes.size();
+    FramePositions.assign(tableSize, 0);
+    FrameSizes.assign(tableSize, 0);
+    const std::int64_t firstPos = scan.findFirst(format::kFirstFrameMarker);
+    if (firstPos > 0) {
+      FrameSizes[0] = scan.number(firstPos + 8).value();
+      FramePositions[0] = (Long(firstPos) + Long(12)).value();
+      for (std::size_t k = 1; k + 1 < tableSize; ++k) {
+        const Long s = Long(FramePositions[k - 1]) + Long(IndexSizes[k - 1]) + Long(4);
+        FrameSizes[k] = scan.number(s.value()).value();
+        FramePositions[k] = (s + Long(4)).value();
+      }
+    }
+    return Integer(IndexEntryCount.value());
+  } catch (const RuntimeError& e) {
+    m_platform.messages.show(
+        MessageBoxRequest::critical(toolkit::errorBoxText("SaveAviChunk", e)));
+    return 0;
+  }
+}
+
+// A clip without an index, or whose index does not begin with a frame entry, is a recording
+// that was cut off (a camera that lost power never writes its index). Its frames are still
+// there: walk the chunks by their own headers and keep every frame whose data is whole.
+Integer SeparateMJPG::recoverCutOffRecording(ClipScanner& scan) {
+  std::vector<std::int32_t> sizes;
+  std::vector<std::int32_t> positions;
+  const std::int64_t length = scan.length();
+  std::int64_t tagPos = scan.findFirst(format::kFirstFrameMarker);
+  if (tagPos > 0) tagPos += 4;
+  while (tagPos > 0) {
+    const std::int64_t size = scan.unsignedNumber(tagPos + 4);
+    const std::int64_t dataPos = tagPos + 8;
+    // The writer died inside this frame; frames past 2 GB cannot be addressed at all.
+    if (dataPos - 1 + size > length || dataPos + size > INT32_MAX) break;
+    if (sizes.size() == format::kMaxFrames) throw RuntimeError::of(ErrorNumber::Overflow);
+    sizes.push_back(static_cast<std::int32_t>(size));
+    positions.push_back(static_cast<std::int32_t>(dataPos));
+    std::int64_t next = dataPos + size;
+    // Writers that pad odd chunks to an even length leave one byte before the next tag.
+    if (!scan.isFrameTag(next) && (size & 1) != 0 && scan.isFrameTag(next + 1)) ++next;
+    tagPos = scan.isFrameTag(next) ? next : 0;
+  }
+  IndexEntryCount = static_cast<std::int32_t>(sizes.size());
+  sizes.push_back(0);
+  positions.push_back(0);
+  IndexSizes = sizes;
+  FrameSizes = std::move(sizes);
+  FramePositions = std::move(positions);
+  return Integer(IndexEntryCount.value());
+}
+
+std::string SeparateMJPG::ExtractCurrentJpg(const std::string& path, Integer frame) {
+  ExtractedFrame = frame.value();
+  const auto index = static_cast<std::size_t>(frame.value());
+  if (frame.value() < 0 || index >= FrameSizes.size() || index >= FramePositions.size()) {
+    throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
+  }
+  ExtractedSize = FrameSizes[index];
+  ExtractedPosition = FramePositions[index];
+  if (ExtractedSize.value() <= 0) throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
+
+  std::vector<std::uint8_t> buffer;
+  {
+    auto file = m_platform.files.openRead(path);
+    // A frame larger than the whole clip is damage, not a short tail: refuse it rather than
+    // allocate what the file cannot hold.
+    if (ExtractedSize.value() > file->length()) {
+      throw RuntimeError::of(ErrorNumber::InputPastEndOfFile);
+    }
+    buffer.assign(static_cast<std::size_t>(ExtractedSize.value()), 0);
+    file->readAt(std::int64_t{ExtractedPosition.value()} - 1, buffer);
+  }
+  const std::string scratch = toolkit::inFolder(m_platform.programFolder, "Temp.jpg");
+  m_platform.files.openWrite(scratch)->writeAt(0, buffer);
+  return scratch;
+}
+
+}  // namespace clip
