@@ -4,6 +4,7 @@
 // the repository holds no binary images. Each picture has a fixed natural size in pixels; the
 // windows place and stretch them as their layout says.
 
+#include <QColor>
 #include <QImage>
 #include <QSize>
 
@@ -13,12 +14,40 @@ enum class SkinPicture {
   Background,  // Form1's background, 836 x 563
   Icon,        // the window icon, 64 x 64
   // The fourteen image buttons.
-  ImgFile, ImgSetting, ImgSave, ImgBegin, ImgEnd, ImgLeftStep, ImgRightStep,
-  ImgLeftPlay, ImgPausePlay, ImgRightPlay, ImgLeftSearch, ImgRightSearch, ImgZoomOut, ImgZoomIn,
+  ImgFile,
+  ImgSetting,
+  ImgSave,
+  ImgBegin,
+  ImgEnd,
+  ImgLeftStep,
+  ImgRightStep,
+  ImgLeftPlay,
+  ImgPausePlay,
+  ImgRightPlay,
+  ImgLeftSearch,
+  ImgRightSearch,
+  ImgZoomOut,
+  ImgZoomIn,
   // The caption strip.
-  ImgCfile, ImgCsetting, ImgCsave, ImgCbe, ImgCstep, ImgCplay, ImgCsearch, ImgCzoom,
+  ImgCfile,
+  ImgCsetting,
+  ImgCsave,
+  ImgCbe,
+  ImgCstep,
+  ImgCplay,
+  ImgCsearch,
+  ImgCzoom,
   // The speed marks.
-  Img1X, Img2X, Img3X, Img4X, Img5X, Img1XN, Img2XN, Img3XN, Img4XN, Img5XN,
+  Img1X,
+  Img2X,
+  Img3X,
+  Img4X,
+  Img5X,
+  Img1XN,
+  Img2XN,
+  Img3XN,
+  Img4XN,
+  Img5XN,
   // The timeline.
   PicBlock,  // the slider, 50 x 15
   ImgBar,    // the track, 633 x 15
@@ -27,6 +56,16 @@ enum class SkinPicture {
 QSize naturalSize(SkinPicture picture);
 
 // Paints the picture afresh at its natural size (Format_RGB32; the icon may carry alpha).
+// The background's wordmarks are set in a font, so a QGuiApplication must exist; everything
+// else, captions included, is drawn from shapes and is the same on every machine.
 QImage paintSkinPicture(SkinPicture picture);
+
+// The flat grey of the console band that runs behind the row of buttons and the caption strip
+// (window rows 472 to 557). The buttons' corners and the ground of the captions and speed marks
+// are this grey, so that the opaque pictures sit on the band without a seam.
+inline constexpr QRgb kConsoleGrey = qRgb(196, 199, 203);
+
+// The back colour of picBar and picBlock; the track's and the slider's corners are this green.
+inline constexpr QRgb kTimelineGreen = qRgb(36, 141, 16);
 
 }  // namespace skin
