@@ -103,7 +103,6 @@ Integer SeparateMJPG::SaveAviChunk(const std::string& path) {
       IndexSizes[static_cast<std::size_t>(k.value())] = scan.number(at).value();
     }
 
-
     const std::size_t tableSize = IndexSizes.size();
     FramePositions.assign(tableSize, 0);
     FrameSizes.assign(tableSize, 0);
@@ -119,8 +118,7 @@ Integer SeparateMJPG::SaveAviChunk(const std::string& path) {
     }
     return Integer(IndexEntryCount.value());
   } catch (const RuntimeError& e) {
-    m_platform.messages.show(
-        MessageBoxRequest::critical(toolkit::errorBoxText("SaveAviChunk", e)));
+    m_platform.messages.show(MessageBoxRequest::critical(toolkit::errorBoxText("SaveAviChunk", e)));
     return 0;
   }
 }

@@ -1,8 +1,9 @@
+#include "toolkit/core/image.h"
+
 #include <gtest/gtest.h>
 
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/file_system.h"
-#include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace toolkit {

@@ -128,8 +128,8 @@ void PosixFileSystem::remove(const std::string& path) {
 std::string readWholeFile(FileSystem& fs, const std::string& path) {
   auto file = fs.openRead(path);
   std::string bytes(static_cast<std::size_t>(file->length()), '\0');
-  std::size_t n = file->readAt(
-      0, std::span(reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()));
+  std::size_t n =
+      file->readAt(0, std::span(reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()));
   bytes.resize(n);
   return bytes;
 }

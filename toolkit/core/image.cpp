@@ -43,8 +43,7 @@ std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes) {
   if (tjDecompressHeader3(tj.get(), src, size, &width, &height, &subsamp, &colorspace) != 0) {
     return std::nullopt;
   }
-  if (width <= 0 || height <= 0 ||
-      static_cast<std::int64_t>(width) * height > kMaxPicturePixels) {
+  if (width <= 0 || height <= 0 || static_cast<std::int64_t>(width) * height > kMaxPicturePixels) {
     return std::nullopt;
   }
   RgbImage image{width, height, {}};
@@ -74,7 +73,8 @@ std::vector<std::uint8_t> encodeJpeg(const RgbImage& image, int quality,
 
 std::vector<std::uint8_t> encodeBmp24(const RgbImage& image) {
   const int row = bmpRowBytes(image.width);
-  const std::size_t dataSize = static_cast<std::size_t>(row) * static_cast<std::size_t>(image.height);
+  const std::size_t dataSize =
+      static_cast<std::size_t>(row) * static_cast<std::size_t>(image.height);
   std::vector<std::uint8_t> bmp(54 + dataSize, 0);
   std::uint8_t* h = bmp.data();
   h[0] = 'B';

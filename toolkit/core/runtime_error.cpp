@@ -4,17 +4,28 @@ namespace toolkit {
 
 std::string_view errorDescription(ErrorNumber number) {
   switch (number) {
-    case ErrorNumber::Overflow: return "Overflow";
-    case ErrorNumber::SubscriptOutOfRange: return "Subscript out of range";
-    case ErrorNumber::DivisionByZero: return "Division by zero";
-    case ErrorNumber::BadFileNameOrNumber: return "Bad file name or number";
-    case ErrorNumber::FileNotFound: return "File not found";
-    case ErrorNumber::DiskFull: return "Disk full";
-    case ErrorNumber::InputPastEndOfFile: return "Input past end of file";
-    case ErrorNumber::PermissionDenied: return "Permission denied";
-    case ErrorNumber::PathFileAccessError: return "Path/File access error";
-    case ErrorNumber::PathNotFound: return "Path not found";
-    case ErrorNumber::InvalidPicture: return "Invalid picture";
+    case ErrorNumber::Overflow:
+      return "Overflow";
+    case ErrorNumber::SubscriptOutOfRange:
+      return "Subscript out of range";
+    case ErrorNumber::DivisionByZero:
+      return "Division by zero";
+    case ErrorNumber::BadFileNameOrNumber:
+      return "Bad file name or number";
+    case ErrorNumber::FileNotFound:
+      return "File not found";
+    case ErrorNumber::DiskFull:
+      return "Disk full";
+    case ErrorNumber::InputPastEndOfFile:
+      return "Input past end of file";
+    case ErrorNumber::PermissionDenied:
+      return "Permission denied";
+    case ErrorNumber::PathFileAccessError:
+      return "Path/File access error";
+    case ErrorNumber::PathNotFound:
+      return "Path not found";
+    case ErrorNumber::InvalidPicture:
+      return "Invalid picture";
   }
   return "Application-defined or object-defined error";
 }

@@ -15,7 +15,8 @@ namespace fmt = clip::format;
 class Bytes {
  public:
   void tag(const std::string& t) {
-    for (std::size_t i = 0; i < 4; ++i) m_b.push_back(i < t.size() ? static_cast<std::uint8_t>(t[i]) : 0);
+    for (std::size_t i = 0; i < 4; ++i)
+      m_b.push_back(i < t.size() ? static_cast<std::uint8_t>(t[i]) : 0);
   }
   void u32(std::uint32_t v) {
     for (int i = 0; i < 4; ++i) m_b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
@@ -71,13 +72,13 @@ ClipWriter::ClipWriter(WritableFile& file, ClipLayout layout)
   h.tag(m_layout.mainHeaderTag);
   h.u32(56);
   h.u32(m_layout.microSecPerFrame);
-  h.u32(0);                         // dwMaxBytesPerSec, completed by finish()
-  h.u32(0);                         // dwPaddingGranularity
-  h.u32(0x10);                      // dwFlags: has an index
-  h.u32(0);                         // dwTotalFrames, completed by finish()
-  h.u32(0);                         // dwInitialFrames
-  h.u32(m_layout.streams);          // dwStreams
-  h.u32(0);                         // dwSuggestedBufferSize, completed by finish()
+  h.u32(0);                 // dwMaxBytesPerSec, completed by finish()
+  h.u32(0);                 // dwPaddingGranularity
+  h.u32(0x10);              // dwFlags: has an index
+  h.u32(0);                 // dwTotalFrames, completed by finish()
+  h.u32(0);                 // dwInitialFrames
+  h.u32(m_layout.streams);  // dwStreams
+  h.u32(0);                 // dwSuggestedBufferSize, completed by finish()
   h.u32(static_cast<std::uint32_t>(m_layout.width));
   h.u32(static_cast<std::uint32_t>(m_layout.height));
   h.zeros(16);
@@ -88,14 +89,14 @@ ClipWriter::ClipWriter(WritableFile& file, ClipLayout layout)
   h.u32(56);
   h.tag("vids");
   h.tag("MJPG");
-  h.zeros(12);                      // flags, priority, language, initial frames
-  h.u32(m_layout.microSecPerFrame); // scale
-  h.u32(1000000);                   // rate
-  h.u32(0);                         // start
-  h.u32(0);                         // length, completed by finish()
-  h.u32(0);                         // suggested buffer size
-  h.u32(UINT32_MAX);                // quality
-  h.u32(0);                         // sample size
+  h.zeros(12);                       // flags, priority, language, initial frames
+  h.u32(m_layout.microSecPerFrame);  // scale
+  h.u32(1000000);                    // rate
+  h.u32(0);                          // start
+  h.u32(0);                          // length, completed by finish()
+  h.u32(0);                          // suggested buffer size
+  h.u32(UINT32_MAX);                 // quality
+  h.u32(0);                          // sample size
   h.u16(0);
   h.u16(0);
   h.u16(static_cast<std::uint16_t>(m_layout.width));
@@ -113,7 +114,8 @@ ClipWriter::ClipWriter(WritableFile& file, ClipLayout layout)
   h.tag(m_layout.junkTag);
   h.u32(static_cast<std::uint32_t>(m_layout.junkSize));
   m_file.writeAt(0, h.data());
-  const auto junkBytes = static_cast<std::int64_t>(static_cast<std::uint32_t>(m_layout.junkSize));
+  const std::int64_t junkBytes = m_layout.junkDataBytes.value_or(
+      static_cast<std::uint32_t>(std::clamp<std::int64_t>(m_layout.junkSize, 0, 1 << 20)));
   std::vector<std::uint8_t> junk(static_cast<std::size_t>(junkBytes), 0);
   std::copy_n(m_layout.junkFill.begin(), std::min(m_layout.junkFill.size(), junk.size()),
               junk.begin());
@@ -181,17 +183,19 @@ std::int64_t ClipWriter::finish() {
   }
   put32(m_file, 4, clamp32(m_end - 8));
   const std::uint64_t perSecond =
-      m_layout.microSecPerFrame == 0 ? 0
-                                     : std::uint64_t{m_maxFrameBytes} * 1000000 /
-                                           m_layout.microSecPerFrame;
-  put32(m_file, 36, clamp32(static_cast<std::int64_t>(std::min<std::uint64_t>(perSecond, UINT32_MAX))));
+      m_layout.microSecPerFrame == 0
+          ? 0
+          : std::uint64_t{m_maxFrameBytes} * 1000000 / m_layout.microSecPerFrame;
+  put32(m_file, 36,
+        clamp32(static_cast<std::int64_t>(std::min<std::uint64_t>(perSecond, UINT32_MAX))));
   put32(m_file, 48, m_layout.totalFramesField.value_or(frames));
   put32(m_file, 60, m_maxFrameBytes);
   put32(m_file, 140, frames);  // the stream's length
   return m_end;
 }
 
-std::vector<std::uint8_t> buildClip(const ClipLayout& layout, const std::vector<ClipFrame>& frames) {
+std::vector<std::uint8_t> buildClip(const ClipLayout& layout,
+                                    const std::vector<ClipFrame>& frames) {
   VectorFile file;
   ClipWriter writer(file, layout);
   for (const auto& f : frames) writer.addFrame(f);

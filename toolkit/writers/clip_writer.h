@@ -28,6 +28,9 @@ struct ClipLayout {
   // written at the start of the JUNK data (e.g. a stray "movi00dc").
   std::int64_t junkSize = 3868;
   std::vector<std::uint8_t> junkFill;
+  // Bytes of JUNK data actually written, when not junkSize (a hostile size field may say
+  // anything).
+  std::optional<std::uint32_t> junkDataBytes;
   std::optional<std::uint32_t> totalFramesField;  // dwTotalFrames; the frame count if unset
   std::uint32_t streams = 1;
   bool padOddFrames = false;  // a pad byte behind odd frame data, which the index does not count

@@ -15,7 +15,8 @@ std::uint32_t hash(std::uint32_t x, std::uint32_t y, std::uint32_t seed) {
 }
 
 double lattice(int x, int y, std::uint32_t seed) {
-  return static_cast<double>(hash(static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), seed) & 0xffff) /
+  return static_cast<double>(
+             hash(static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), seed) & 0xffff) /
          65535.0;
 }
 
@@ -93,7 +94,8 @@ RgbImage SyntheticScene::frame(int index) const {
 
   // The animal: a brown body with a darker back and a head, walking along a line in the lower
   // middle of the picture, crossing the whole width over its frames.
-  const double t = (index - m_options.enterFrame + 0.5) / (m_options.leaveFrame - m_options.enterFrame);
+  const double t =
+      (index - m_options.enterFrame + 0.5) / (m_options.leaveFrame - m_options.enterFrame);
   const double bodyW = 0.16 * w, bodyH = 0.09 * h;
   const double cx = -bodyW + t * (w + 2 * bodyW);
   const double cy = 0.62 * h + 0.01 * h * std::sin(t * 40);

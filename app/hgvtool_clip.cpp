@@ -1,0 +1,225 @@
+// hgvtool info, extract, pack and sample.
+
+#include <ostream>
+#include <sstream>
+
+#include "app/hgvtool_commands.h"
+#include "app/hgvtool_support.h"
+#include "clip/clip_format.h"
+#include "clip/separate_mjpg.h"
+#include "toolkit/core/image.h"
+#include "toolkit/core/runtime_error.h"
+#include "toolkit/writers/clip_writer.h"
+#include "toolkit/writers/synthetic_scene.h"
+
+namespace app {
+namespace {
+
+using toolkit::RuntimeError;
+
+// The name line of the error box of the window's open handler.
+constexpr const char* kOpenHandlerName = "ModuleName | ProcedureName";
+
+std::vector<std::uint8_t> toBytes(const std::string& s) { return {s.begin(), s.end()}; }
+
+struct Options {
+  std::vector<std::string> positional;
+  bool json = false;
+  bool frames = false;
+  bool ok = true;
+};
+
+}  // namespace
+
+// What a click on the open button does from the moment the file is chosen: the header check, the
+// index scan, the extraction of frame 0, the file test and the decoding of that picture.
+int runInfo(const Args& args, std::ostream& out, std::ostream& err) {
+  Options o;
+  for (const auto& a : args) {
+    if (a == "--json")
+      o.json = true;
+    else if (a == "--frames")
+      o.frames = true;
+    else if (a.rfind("--", 0) == 0)
+      o.ok = false;
+    else
+      o.positional.push_back(a);
+  }
+  if (!o.ok || o.positional.size() != 1) {
+    err << "usage: hgvtool info [--json] [--frames] CLIP\n";
+    return 2;
+  }
+  const std::string& path = o.positional[0];
+  ToolSession session(err);
+  clip::SeparateMJPG clip(session.platform());
+  toolkit::Integer totalFrames = 0;
+  bool opened = false;
+  const toolkit::Boolean admitted = clip.InitialAviInfo(path);
+  if (admitted != toolkit::kFalse) {
+    totalFrames = clip.SaveAviChunk(path);
+    if (totalFrames.value() != 0) {
+      try {
+        const std::string frameFile = clip.ExtractCurrentJpg(path, 0);
+        if (session.platform().files.exists(frameFile)) {
+          toolkit::loadPicture(session.platform().files, frameFile);
+          opened = true;
+        }
+      } catch (const RuntimeError& e) {
+        session.platform().messages.show(
+            toolkit::MessageBoxRequest::critical(toolkit::errorBoxText(kOpenHandlerName, e)));
+      }
+    }
+  }
+
+  const int frameCount = totalFrames.value();
+  if (o.json) {
+    out << "{\"admitted\": " << (admitted ? "true" : "false")
+        << ", \"opened\": " << (opened ? "true" : "false")
+        << ", \"boxes\": " << boxesJson(session.boxes())
+        << ", \"ClipWidth\": " << clip.ClipWidth.value()
+        << ", \"ClipHeight\": " << clip.ClipHeight.value() << ", \"TotalFrames\": " << frameCount;
+    if (o.frames) {
+      out << ", \"frames\": [";
+      for (int k = 0; k < frameCount; ++k) {
+        out << (k ? ", " : "") << "{\"FramePosition\": " << clip.FramePositions[k]
+            << ", \"FrameSize\": " << clip.FrameSizes[k] << "}";
+      }
+      out << "]";
+    }
+    out << "}\n";
+  } else {
+    out << "clip:     " << path << "\n"
+        << "admitted: " << (admitted ? "yes" : "no") << "\n";
+    if (admitted) {
+      out << "picture:  " << clip.ClipWidth.value() << " x " << clip.ClipHeight.value() << "\n"
+          << "frames:   " << frameCount << "\n";
+    }
+    out << "opened:   " << (opened ? "yes" : "no") << "\n";
+    if (o.frames) {
+      for (int k = 0; k < frameCount; ++k) {
+        out << "frame " << k << ": position " << clip.FramePositions[k] << ", size "
+            << clip.FrameSizes[k] << "\n";
+      }
+    }
+  }
+  return opened ? 0 : 1;
+}
+
+int runExtract(const Args& args, std::ostream& out, std::ostream& err) {
+  long long frame = 0;
+  if (args.size() != 3 || !parseInt(args[1], frame)) {
+    err << "usage: hgvtool extract CLIP N OUT.jpg\n";
+    return 2;
+  }
+  ToolSession session(err);
+  clip::SeparateMJPG clip(session.platform());
+  if (!clip.InitialAviInfo(args[0])) return 1;
+  const int total = clip.SaveAviChunk(args[0]).value();
+  if (total == 0) return 1;
+  if (frame < 0 || frame >= total) {
+    err << "hgvtool: the clip has frames 0 to " << total - 1 << "; there is no frame " << frame
+        << "\n";
+    return 1;
+  }
+  try {
+    const std::string scratch = clip.ExtractCurrentJpg(args[0], static_cast<int>(frame));
+    std::string bytes = toolkit::readWholeFile(session.platform().files, scratch);
+    bytes.resize(static_cast<std::size_t>(clip.ExtractedSize.value()));
+    if (!writeFileAtomically(args[2], toBytes(bytes), err)) return 1;
+  } catch (const RuntimeError& e) {
+    err << "hgvtool: frame " << frame << ": Error " << e.number() << ": " << e.description()
+        << "\n";
+    return 1;
+  }
+  out << "frame " << frame << ": " << clip.ExtractedSize.value() << " bytes to " << args[2] << "\n";
+  return 0;
+}
+
+int runPack(const Args& args, std::ostream& out, std::ostream& err) {
+  if (args.size() < 2) {
+    err << "usage: hgvtool pack OUT.hgv A.jpg [B.jpg ...]\n";
+    return 2;
+  }
+  if (args.size() - 1 > static_cast<std::size_t>(clip::format::kMaxFrames)) {
+    err << "hgvtool: a clip holds at most " << clip::format::kMaxFrames << " pictures\n";
+    return 1;
+  }
+  toolkit::PosixFileSystem fs;
+  std::vector<std::vector<std::uint8_t>> jpegs;
+  int width = 0, height = 0;
+  for (std::size_t i = 1; i < args.size(); ++i) {
+    std::vector<std::uint8_t> bytes;
+    try {
+      bytes = toBytes(toolkit::readWholeFile(fs, args[i]));
+    } catch (const RuntimeError& e) {
+      err << "hgvtool: " << args[i] << ": " << e.description() << "\n";
+      return 1;
+    }
+    auto picture = toolkit::decodeJpeg(bytes);
+    if (!picture) {
+      err << "hgvtool: " << args[i] << ": not a JPEG picture\n";
+      return 1;
+    }
+    if (i == 1) {
+      width = picture->width;
+      height = picture->height;
+    }
+    jpegs.push_back(std::move(bytes));
+  }
+  std::vector<toolkit::ClipFrame> frames;
+  for (auto& j : jpegs) frames.push_back({std::move(j), {}, {}, "00dc"});
+  toolkit::ClipLayout layout;
+  layout.width = width;
+  layout.height = height;
+  if (!writeFileAtomically(args[0], toolkit::buildClip(layout, frames), err)) return 1;
+  out << args[0] << ": " << frames.size() << " frames of " << width << " x " << height << "\n";
+  return 0;
+}
+
+// A short made-up scene in which an animal walks across a meadow, for trying the program.
+int runSample(const Args& args, std::ostream& out, std::ostream& err) {
+  std::string path;
+  long long frameCount = 90;
+  long long width = 640, height = 480;
+  bool ok = true;
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "--frames" && i + 1 < args.size()) {
+      ok = ok && parseInt(args[++i], frameCount) && frameCount >= 1 &&
+           frameCount <= clip::format::kMaxFrames;
+    } else if (args[i] == "--size" && i + 1 < args.size()) {
+      const std::string& s = args[++i];
+      const auto x = s.find('x');
+      ok = ok && x != std::string::npos && parseInt(s.substr(0, x), width) &&
+           parseInt(s.substr(x + 1), height) && width >= 16 && height >= 16 && width <= 4096 &&
+           height <= 4096;
+    } else if (path.empty() && args[i].rfind("--", 0) != 0) {
+      path = args[i];
+    } else {
+      ok = false;
+    }
+  }
+  if (!ok || path.empty()) {
+    err << "usage: hgvtool sample OUT.hgv [--frames N] [--size WxH]\n";
+    return 2;
+  }
+  toolkit::SceneOptions scene;
+  scene.width = static_cast<int>(width);
+  scene.height = static_cast<int>(height);
+  scene.enterFrame = static_cast<int>(frameCount * 2 / 5);
+  scene.leaveFrame = static_cast<int>(frameCount * 4 / 5);
+  toolkit::SyntheticScene generator(scene);
+  toolkit::ClipLayout layout;
+  layout.width = scene.width;
+  layout.height = scene.height;
+  std::vector<toolkit::ClipFrame> frames;
+  for (int i = 0; i < frameCount; ++i) {
+    frames.push_back({toolkit::encodeJpeg(generator.frame(i), 85), {}, {}, "00dc"});
+  }
+  if (!writeFileAtomically(path, toolkit::buildClip(layout, frames), err)) return 1;
+  out << path << ": " << frameCount << " frames of " << width << " x " << height
+      << "; the animal walks across from frame " << scene.enterFrame + 1 << " to "
+      << scene.leaveFrame << "\n";
+  return 0;
+}
+
+}  // namespace app

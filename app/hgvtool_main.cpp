@@ -1,0 +1,41 @@
+// hgvtool: the clip reader and the comparison of Harrowglen on the command line, for users with
+// many clips and for scripts. Each subcommand runs the same procedures the window runs.
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "app/hgvtool_commands.h"
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: hgvtool info [--json] [--frames] CLIP\n"
+    "       hgvtool extract CLIP N OUT.jpg\n"
+    "       hgvtool pack OUT.hgv A.jpg [B.jpg ...]\n"
+    "       hgvtool sample OUT.hgv [--frames N] [--size WxH]\n"
+    "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] CLIP N\n"
+    "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] A.jpg B.jpg\n"
+    "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::cerr << kUsage;
+    return 2;
+  }
+  const std::string command = argv[1];
+  const app::Args args(argv + 2, argv + argc);
+  if (command == "info") return app::runInfo(args, std::cout, std::cerr);
+  if (command == "extract") return app::runExtract(args, std::cout, std::cerr);
+  if (command == "pack") return app::runPack(args, std::cout, std::cerr);
+  if (command == "sample") return app::runSample(args, std::cout, std::cerr);
+  if (command == "diff") return app::runDiff(args, std::cout, std::cerr);
+  if (command == "help" || command == "--help" || command == "-h") {
+    std::cout << kUsage;
+    return 0;
+  }
+  std::cerr << "hgvtool: unknown command '" << command << "'\n" << kUsage;
+  return 2;
+}

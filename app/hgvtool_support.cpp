@@ -1,0 +1,115 @@
+#include "app/hgvtool_support.h"
+
+#include <stdlib.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+
+#include "app/hgvtool_commands.h"
+
+namespace app {
+namespace {
+
+std::string makeTempFolder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "hgvtool-XXXXXX").string();
+  if (!::mkdtemp(pattern.data())) return std::filesystem::temp_directory_path().string();
+  return pattern;
+}
+
+}  // namespace
+
+ToolSession::ToolSession(std::ostream& err)
+    : m_sink(err), m_platform{m_files, m_sink, makeTempFolder()} {}
+
+ToolSession::~ToolSession() {
+  std::error_code ec;
+  if (m_platform.programFolder != std::filesystem::temp_directory_path().string()) {
+    std::filesystem::remove_all(m_platform.programFolder, ec);
+  }
+}
+
+std::string jsonString(const std::string& s) {
+  std::string out = "\"";
+  for (unsigned char c : s) {
+    switch (c) {
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      default:
+        if (c < 0x20) {
+          char buf[8];
+          std::snprintf(buf, sizeof buf, "\\u%04x", c);
+          out += buf;
+        } else {
+          out += static_cast<char>(c);
+        }
+    }
+  }
+  return out + "\"";
+}
+
+std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes) {
+  std::string out = "[";
+  for (std::size_t i = 0; i < boxes.size(); ++i) {
+    const auto& b = boxes[i];
+    if (i) out += ", ";
+    out += "{\"text\": " + jsonString(b.text) +
+           ", \"icon\": " + (b.icon == toolkit::MsgIcon::Critical ? "\"critical\"" : "null") +
+           ", \"title\": " + (b.title ? jsonString(*b.title) : "null") + "}";
+  }
+  return out + "]";
+}
+
+bool parseInt(const std::string& text, long long& value) {
+  if (text.empty() || text.size() > 18) return false;
+  std::size_t i = text[0] == '-' ? 1 : 0;
+  if (i == text.size()) return false;
+  long long v = 0;
+  for (; i < text.size(); ++i) {
+    if (text[i] < '0' || text[i] > '9') return false;
+    v = v * 10 + (text[i] - '0');
+  }
+  value = text[0] == '-' ? -v : v;
+  return true;
+}
+
+bool writeFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,
+                         std::ostream& err) {
+  const std::string partial = path + ".partial";
+  {
+    std::ofstream out(partial, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
+    out.flush();
+    if (!out) {
+      err << "hgvtool: cannot write " << path << "\n";
+      std::error_code ec;
+      std::filesystem::remove(partial, ec);
+      return false;
+    }
+  }
+  std::error_code ec;
+  std::filesystem::rename(partial, path, ec);
+  if (ec) {
+    err << "hgvtool: cannot write " << path << ": " << ec.message() << "\n";
+    std::filesystem::remove(partial, ec);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace app

@@ -1,0 +1,59 @@
+#pragma once
+
+// What the hgvtool commands share: a fresh session folder for the scratch files, a message sink
+// that both prints and remembers, and JSON output of the boxes shown.
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "toolkit/core/file_system.h"
+#include "toolkit/core/message_box.h"
+#include "toolkit/core/platform.h"
+
+namespace app {
+
+// A session of its own: a temporary program folder (removed at the end), real files, and boxes
+// that go to `err` as they are shown and are kept for a JSON report.
+class ToolSession {
+ public:
+  explicit ToolSession(std::ostream& err);
+  ~ToolSession();
+  ToolSession(const ToolSession&) = delete;
+  ToolSession& operator=(const ToolSession&) = delete;
+
+  toolkit::Platform& platform() { return m_platform; }
+  const std::vector<toolkit::MessageBoxRequest>& boxes() const { return m_sink.boxes(); }
+
+ private:
+  class TeeSink : public toolkit::MessageSink {
+   public:
+    explicit TeeSink(std::ostream& err) : m_print(err) {}
+    void show(const toolkit::MessageBoxRequest& box) override {
+      m_print.show(box);
+      m_record.show(box);
+    }
+    const std::vector<toolkit::MessageBoxRequest>& boxes() const { return m_record.boxes(); }
+
+   private:
+    toolkit::StreamMessageSink m_print;
+    toolkit::RecordingMessageSink m_record;
+  };
+
+  toolkit::PosixFileSystem m_files;
+  TeeSink m_sink;
+  toolkit::Platform m_platform;
+};
+
+// [{"text": ..., "icon": "critical"|null, "title": ...|null}, ...]
+std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes);
+
+// Parses a whole decimal number; false if `text` is not one or does not fit.
+bool parseInt(const std::string& text, long long& value);
+
+// Writes bytes to `path` so that no half-written file is left behind: into a neighbour first,
+// then renamed over the target. Returns false (and says why on `err`) on failure.
+bool writeFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,
+                         std::ostream& err);
+
+}  // namespace app
