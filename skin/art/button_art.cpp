@@ -73,7 +73,7 @@ constexpr double kTriangleDepth = 11.0;
 constexpr double kBarWidth = 3.0;
 
 // A triangle whose point lies at `tipX` and whose back edge is `depth` away, pointing to the
-// right for a positive depth... and to the left for a negative one.
+// right for a positive depth and to the left for a negative one.
 QPainterPath triangle(double tipX, double centreY, double depth, double height) {
   QPainterPath path;
   path.moveTo(tipX, centreY);

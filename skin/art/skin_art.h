@@ -14,40 +14,14 @@ enum class SkinPicture {
   Background,  // Form1's background, 836 x 563
   Icon,        // the window icon, 64 x 64
   // The fourteen image buttons.
-  ImgFile,
-  ImgSetting,
-  ImgSave,
-  ImgBegin,
-  ImgEnd,
-  ImgLeftStep,
-  ImgRightStep,
-  ImgLeftPlay,
-  ImgPausePlay,
-  ImgRightPlay,
-  ImgLeftSearch,
-  ImgRightSearch,
-  ImgZoomOut,
-  ImgZoomIn,
+  // clang-format off
+  ImgFile, ImgSetting, ImgSave, ImgBegin, ImgEnd, ImgLeftStep, ImgRightStep,
+  ImgLeftPlay, ImgPausePlay, ImgRightPlay, ImgLeftSearch, ImgRightSearch, ImgZoomOut, ImgZoomIn,
   // The caption strip.
-  ImgCfile,
-  ImgCsetting,
-  ImgCsave,
-  ImgCbe,
-  ImgCstep,
-  ImgCplay,
-  ImgCsearch,
-  ImgCzoom,
+  ImgCfile, ImgCsetting, ImgCsave, ImgCbe, ImgCstep, ImgCplay, ImgCsearch, ImgCzoom,
   // The speed marks.
-  Img1X,
-  Img2X,
-  Img3X,
-  Img4X,
-  Img5X,
-  Img1XN,
-  Img2XN,
-  Img3XN,
-  Img4XN,
-  Img5XN,
+  Img1X, Img2X, Img3X, Img4X, Img5X, Img1XN, Img2XN, Img3XN, Img4XN, Img5XN,
+  // clang-format on
   // The timeline.
   PicBlock,  // the slider, 50 x 15
   ImgBar,    // the track, 633 x 15
@@ -65,7 +39,7 @@ QImage paintSkinPicture(SkinPicture picture);
 // are this grey, so that the opaque pictures sit on the band without a seam.
 inline constexpr QRgb kConsoleGrey = qRgb(196, 199, 203);
 
-// The back colour of picBar and picBlock; the track's and the slider's corners are this green.
+// The back colour of picBar and picBlock, and the ground around the track's rounded ends.
 inline constexpr QRgb kTimelineGreen = qRgb(36, 141, 16);
 
 }  // namespace skin

@@ -10,28 +10,24 @@ namespace skin::art {
 
 namespace {
 
-// The track's cross-section: a groove of darker green inside a lighter rim. `roundEnds` false
-// gives the straight piece the slider lies in.
-void paintTrackSection(QPainter& p, const QRectF& outer, bool roundEnds) {
+// The track's cross-section: a groove of darker green inside a lighter rim, with rounded ends.
+void paintTrackSection(QPainter& p, const QRectF& outer) {
   const QColor green(kTimelineGreen);
-  const double rimRadius = roundEnds ? 4.0 : 0.0;
-  const double grooveRadius = roundEnds ? 2.5 : 0.0;
-  const double inset = roundEnds ? 2.0 : 0.0;
   p.save();
   p.setPen(Qt::NoPen);
   QLinearGradient rim(outer.topLeft(), outer.bottomLeft());
   rim.setColorAt(0.0, QColor(150, 222, 110));
   rim.setColorAt(1.0, QColor(96, 190, 58));
   p.setBrush(rim);
-  p.drawRoundedRect(outer, rimRadius, rimRadius);
+  p.drawRoundedRect(outer, 4, 4);
 
-  const QRectF groove = outer.adjusted(inset, 2, -inset, -2);
+  const QRectF groove = outer.adjusted(2, 2, -2, -2);
   QLinearGradient well(groove.topLeft(), groove.bottomLeft());
   well.setColorAt(0.0, mix(green, Qt::black, 0.35));
   well.setColorAt(0.45, green);
   well.setColorAt(1.0, mix(green, Qt::white, 0.12));
   p.setBrush(well);
-  p.drawRoundedRect(groove, grooveRadius, grooveRadius);
+  p.drawRoundedRect(groove, 2.5, 2.5);
   p.restore();
 }
 
@@ -43,17 +39,17 @@ QImage paintTrack(QSize size) {
   QImage image = blankPicture(size, kTimelineGreen);
   QPainter p(&image);
   prepare(p);
-  paintTrackSection(p, QRectF(0, 0, size.width(), size.height()), true);
+  paintTrackSection(p, QRectF(0, 0, size.width(), size.height()));
   return image;
 }
 
 // The slider's corners show the track it lies on rather than flat green, so it sits in the
-// groove wherever it stands.
+// groove wherever it stands: a piece of track whose rounded ends lie outside the picture.
 QImage paintSlider(QSize size) {
   QImage image = blankPicture(size, kTimelineGreen);
   QPainter p(&image);
   prepare(p);
-  paintTrackSection(p, QRectF(0, 0, size.width(), size.height()), false);
+  paintTrackSection(p, QRectF(-8, 0, size.width() + 16, size.height()));
   p.setPen(Qt::NoPen);
   p.setBrush(QColor(0, 0, 0, 50));
   const QRectF body(1, 1, size.width() - 2, size.height() - 2.5);
