@@ -1,0 +1,2 @@
+// Must not build: the comparison's target carries no Qt include path.
+#include <QWidget>

@@ -1,0 +1,60 @@
+#pragma once
+
+// JPG_TO_BMP: a JPEG file to an uncompressed 24-bit bitmap file, the one format the frame
+// comparison reads (search/core/analyse_bmp.h describes the fields it looks at).
+//
+// The bitmap left at the target is the 54-byte header (bfOffBits 54, biSize 40, biPlanes 1,
+// biBitCount 24, biCompression 0, biSizeImage = pixel bytes, 3780 pixels per metre, biClrUsed 0)
+// followed by the rows bottom-up, blue, green, red, each row padded with zeros to 4 bytes. The
+// picture is decoded with libjpeg-turbo's defaults (accurate integer DCT, smooth upsampling), so
+// its pixels are those every other decoder of the program sees.
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "toolkit/core/vb_types.h"
+
+namespace toolkit {
+
+class FileSystem;
+
+// Keeps the decoder and the bitmap buffer from one call to the next, so that converting every
+// frame of a search allocates nothing once the frame size is known.
+class JpgToBmpConverter {
+ public:
+  explicit JpgToBmpConverter(FileSystem& fs);
+  ~JpgToBmpConverter();
+  JpgToBmpConverter(const JpgToBmpConverter&) = delete;
+  JpgToBmpConverter& operator=(const JpgToBmpConverter&) = delete;
+
+  // Writes the bitmap of `source` to `target`, replacing whatever was there, and returns true.
+  // When the source cannot be read or decoded, or the target cannot be written, returns false
+  // and removes the target (or, failing that, empties it), so that no stale or half-written
+  // bitmap is taken for this frame. Never throws. `width` and `height` are not used: the bitmap
+  // has the picture's own size.
+  bool convert(const std::string& source, const std::string& target, Integer width, Integer height);
+
+  // The bytes the last successful convert() left at its target; empty after a failure. Valid
+  // until the next call. Lets a caller that reads the target right away skip reading it back.
+  std::span<const std::uint8_t> bitmap() const;
+
+ private:
+  bool decodeInto(std::span<const std::uint8_t> jpeg);
+  void discardTarget(const std::string& target);
+
+  FileSystem& m_fs;
+  void* m_tj = nullptr;
+  std::vector<std::uint8_t> m_jpeg;
+  std::vector<std::uint8_t> m_bmp;
+  bool m_valid = false;
+};
+
+// The library's one function: one conversion with a converter of its own. The result tells
+// whether a bitmap was written; the program does not read it.
+bool JPG_TO_BMP(FileSystem& fs, const std::string& source, const std::string& target, Integer width,
+                Integer height);
+
+}  // namespace toolkit
