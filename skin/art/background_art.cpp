@@ -10,7 +10,6 @@
 #include <QFont>
 #include <QLinearGradient>
 #include <QPainterPath>
-#include <QRadialGradient>
 
 #include "skin/art/art_kit.h"
 

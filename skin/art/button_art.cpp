@@ -1,8 +1,9 @@
 // The fourteen image buttons: a lit, rounded face on the console grey with a light symbol.
 
 #include <QPainterPath>
-#include <QPolygonF>
-#include <QtMath>
+#include <QPainterPathStroker>
+#include <cmath>
+#include <numbers>
 
 #include "skin/art/art_kit.h"
 
@@ -106,7 +107,7 @@ QPainterPath barAndTriangle(QPointF c, int dir, bool barFirst) {
 QPainterPath gear(QPointF c, double outer, double inner, double hole, int teeth, double phase) {
   // Trapezoid teeth: narrower at the tip than at the root, joined along the root circle.
   QPainterPath path;
-  const double pitch = 2.0 * M_PI / teeth;
+  const double pitch = 2.0 * std::numbers::pi / teeth;
   const auto at = [c](double r, double a) {
     return QPointF(c.x() + r * std::cos(a), c.y() + r * std::sin(a));
   };

@@ -1,7 +1,6 @@
 #include "skin/art/skin_art.h"
 
 #include <QLinearGradient>
-#include <QPainterPath>
 
 #include "skin/art/art_kit.h"
 
