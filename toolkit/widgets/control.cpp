@@ -1,0 +1,226 @@
+#include "toolkit/widgets/control.h"
+
+#include <QMouseEvent>
+#include <QPainter>
+
+#include "toolkit/widgets/form.h"
+#include "toolkit/widgets/host.h"
+
+namespace toolkit {
+namespace {
+
+int toButton(Qt::MouseButton button) {
+  switch (button) {
+    case Qt::LeftButton:
+      return kLeftButton;
+    case Qt::RightButton:
+      return kRightButton;
+    case Qt::MiddleButton:
+      return kMiddleButton;
+    default:
+      return 0;
+  }
+}
+
+int toButtons(Qt::MouseButtons buttons) {
+  int result = 0;
+  if (buttons & Qt::LeftButton) result |= kLeftButton;
+  if (buttons & Qt::RightButton) result |= kRightButton;
+  if (buttons & Qt::MiddleButton) result |= kMiddleButton;
+  return result;
+}
+
+int toShift(Qt::KeyboardModifiers modifiers) {
+  int result = 0;
+  if (modifiers & Qt::ShiftModifier) result |= 1;
+  if (modifiers & Qt::ControlModifier) result |= 2;
+  if (modifiers & Qt::AltModifier) result |= 4;
+  return result;
+}
+
+}  // namespace
+
+Control::Control(Form& form, std::string name, Control* container)
+    : m_form(form), m_name(std::move(name)), m_container(container) {}
+
+Control::~Control() { m_form.host().controlGone(this); }
+
+Host& Control::host() const { return m_form.host(); }
+
+void Control::attach(QWidget* widget) {
+  m_widget = widget;
+  applyGeometry();
+  m_widget->setVisible(m_visible);
+}
+
+ScaleUnit Control::containerScale() const {
+  return m_container ? m_container->childScale() : ScaleUnit::Twips;
+}
+
+QWidget* Control::parentWidget() const {
+  return m_container ? m_container->childParent() : m_form.window();
+}
+
+ScaleUnit Control::mouseScale() const { return containerScale(); }
+
+Single Control::leftValue() const { return m_left * unitsPerTwip(containerScale()); }
+Single Control::topValue() const { return m_top * unitsPerTwip(containerScale()); }
+Single Control::widthValue() const { return m_width * unitsPerTwip(containerScale()); }
+Single Control::heightValue() const { return m_height * unitsPerTwip(containerScale()); }
+
+void Control::setLeftValue(Single v) {
+  m_left = v / unitsPerTwip(containerScale());
+  applyGeometry();
+}
+void Control::setTopValue(Single v) {
+  m_top = v / unitsPerTwip(containerScale());
+  applyGeometry();
+}
+void Control::setWidthValue(Single v) {
+  m_width = v / unitsPerTwip(containerScale());
+  applyGeometry();
+}
+void Control::setHeightValue(Single v) {
+  m_height = v / unitsPerTwip(containerScale());
+  applyGeometry();
+}
+
+void Control::Move(Single left, Single top) {
+  float f = unitsPerTwip(containerScale());
+  m_left = left / f;
+  m_top = top / f;
+  applyGeometry();
+}
+
+void Control::Move(Single left, Single top, Single width, Single height) {
+  float f = unitsPerTwip(containerScale());
+  setGeometryTwips(left / f, top / f, width / f, height / f);
+}
+
+void Control::setGeometryTwips(float left, float top, float width, float height) {
+  m_left = left;
+  m_top = top;
+  m_width = width;
+  m_height = height;
+  applyGeometry();
+}
+
+void Control::applyGeometry() {
+  if (!m_widget) return;
+  QSize before = m_widget->size();
+  m_widget->setGeometry(twipsToPixels(m_left), twipsToPixels(m_top),
+                        std::max(0, twipsToPixels(m_width)), std::max(0, twipsToPixels(m_height)));
+  if (m_widget->size() != before) resized();
+}
+
+void Control::setVisibleValue(bool v) {
+  m_visible = v;
+  if (m_widget) m_widget->setVisible(v);
+}
+
+void Control::setEnabledValue(bool v) {
+  m_enabled = v;
+  if (m_widget) m_widget->setEnabled(v);
+}
+
+void Control::SetFocus() {
+  if (m_widget && m_widget->isVisible() && m_widget->isEnabled()) {
+    m_widget->setFocus(Qt::OtherFocusReason);
+  }
+}
+
+void Control::fire(const std::function<void()>& handler) {
+  if (handler) host().dispatch(handler);
+}
+
+void Control::mouseEvent(MouseAction action, QMouseEvent* event) {
+  Control* target = host().capture();
+  QPointF pos = event->position();
+  if (target && target != this && target->widget()) {
+    pos = target->widget()->mapFromGlobal(event->globalPosition());
+  } else {
+    target = this;
+  }
+  target->deliverMouse(action, toButton(event->button()), toButtons(event->buttons()),
+                       toShift(event->modifiers()), pos);
+}
+
+void Control::deliverMouse(MouseAction action, int button, int buttons, int shift, QPointF pos) {
+  float f = 1.0f / unitsPerTwip(mouseScale());
+  Single x = static_cast<Single>(pos.x()) * f;
+  Single y = static_cast<Single>(pos.y()) * f;
+  switch (action) {
+    case MouseAction::Down:
+      m_pressed = button == kLeftButton;
+      if (onMouseDown) fire([&] { onMouseDown(Integer(button), Integer(shift), x, y); });
+      break;
+    case MouseAction::Move:
+      if (onMouseMove) fire([&] { onMouseMove(Integer(buttons), Integer(shift), x, y); });
+      break;
+    case MouseAction::Up: {
+      bool click = m_pressed && button == kLeftButton && m_widget &&
+                   QRectF(QPointF(0, 0), QSizeF(m_widget->size())).contains(pos);
+      m_pressed = false;
+      if (onMouseUp) fire([&] { onMouseUp(Integer(button), Integer(shift), x, y); });
+      if (click) fire(onClick);
+      break;
+    }
+  }
+}
+
+CanvasWidget::CanvasWidget(Control* control, QWidget* parent)
+    : QWidget(parent), m_control(control) {
+  setMouseTracking(true);
+}
+
+void CanvasWidget::paintEvent(QPaintEvent* event) {
+  QPainter painter(this);
+  m_control->paint(painter, event->rect());
+}
+
+void CanvasWidget::mousePressEvent(QMouseEvent* event) {
+  m_control->mouseEvent(MouseAction::Down, event);
+}
+void CanvasWidget::mouseMoveEvent(QMouseEvent* event) {
+  m_control->mouseEvent(MouseAction::Move, event);
+}
+void CanvasWidget::mouseReleaseEvent(QMouseEvent* event) {
+  m_control->mouseEvent(MouseAction::Up, event);
+}
+void CanvasWidget::focusInEvent(QFocusEvent* event) {
+  QWidget::focusInEvent(event);
+  m_control->gotFocus();
+}
+
+QFont toQFont(const FontSpec& spec) {
+  // Arial and MS Sans Serif are not here; Liberation Sans is metrically compatible with Arial and
+  // close to MS Sans Serif at these sizes.
+  QFont font(QStringLiteral("Liberation Sans"));
+  font.setStyleHint(QFont::SansSerif);
+  // Points at the old toolkit's 96 dots per inch, in logical pixels like all geometry here.
+  font.setPixelSize(std::max(1, static_cast<int>(spec.points * 96.0 / 72.0 + 0.5)));
+  font.setBold(spec.bold);
+  return font;
+}
+
+QColor toQColor(Color color) {
+  if (color < 0) {
+    switch (static_cast<std::uint32_t>(color)) {
+      case 0x8000000A:
+        return QColor(180, 180, 180);
+      case 0x80000008:
+        return QColor(0, 0, 0);
+      case 0x80000005:
+        return QColor(255, 255, 255);
+      case 0x8000000F:
+        return QColor(240, 240, 240);
+      case 0x80000012:
+        return QColor(0, 0, 0);
+      default:
+        return QColor(240, 240, 240);
+    }
+  }
+  return QColor(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF);
+}
+
+}  // namespace toolkit

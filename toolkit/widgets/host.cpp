@@ -1,0 +1,166 @@
+#include "toolkit/widgets/host.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFileDialog>
+#include <QLockFile>
+#include <QMessageBox>
+#include <QStandardPaths>
+#include <QStringList>
+#include <algorithm>
+#include <filesystem>
+
+#include "toolkit/core/runtime_error.h"
+#include "toolkit/widgets/control.h"
+#include "toolkit/widgets/form.h"
+
+namespace toolkit {
+namespace {
+
+QString trimmed(const std::string& s) { return QString::fromStdString(s).trimmed(); }
+
+QStringList splitFilter(const std::string& filter) {
+  return QString::fromStdString(filter).split(QLatin1Char('|'));
+}
+
+}  // namespace
+
+std::string qtNameFilters(const std::string& filter) {
+  QStringList parts = splitFilter(filter);
+  QStringList filters;
+  for (int i = 0; i + 1 < parts.size(); i += 2) {
+    QStringList patterns;
+    for (const QString& p : parts[i + 1].split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
+      QString pattern = p.trimmed();
+      if (pattern.isEmpty()) continue;
+      patterns << pattern;
+      for (const QString& other : {pattern.toLower(), pattern.toUpper()}) {
+        if (!patterns.contains(other)) patterns << other;
+      }
+    }
+    filters << parts[i].trimmed() + QStringLiteral(" (") + patterns.join(QLatin1Char(' ')) +
+                   QLatin1Char(')');
+  }
+  return filters.join(QStringLiteral(";;")).toStdString();
+}
+
+std::string QtFileDialogProvider::choose(const FileDialogRequest& request) {
+  QStringList filters =
+      QString::fromStdString(qtNameFilters(request.filter)).split(QStringLiteral(";;"));
+  QString selected = filters.value(std::max(0, request.filterIndex - 1));
+  QString start = trimmed(request.fileName);
+  QString title = QString::fromStdString(request.title);
+  QString chosen;
+  if (request.kind == FileDialogRequest::Kind::Open) {
+    chosen = QFileDialog::getOpenFileName(nullptr, title, start, filters.join(QStringLiteral(";;")),
+                                          &selected);
+  } else {
+    // The program asks nothing about replacing a file: the name is taken as given.
+    chosen = QFileDialog::getSaveFileName(nullptr, title, start, filters.join(QStringLiteral(";;")),
+                                          &selected, QFileDialog::DontConfirmOverwrite);
+  }
+  return chosen.toStdString();
+}
+
+std::string ScriptedFileDialogProvider::choose(const FileDialogRequest& request) {
+  m_requests.push_back(request);
+  if (m_answers.empty()) return {};
+  std::string answer = std::move(m_answers.front());
+  m_answers.pop_front();
+  return answer;
+}
+
+namespace {
+
+std::string defaultLockPath() {
+  std::error_code ec;
+  std::string exe = std::filesystem::read_symlink("/proc/self/exe", ec).string();
+  QByteArray key =
+      QCryptographicHash::hash(QByteArray::fromStdString(exe), QCryptographicHash::Sha1).toHex();
+  QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+  if (folder.isEmpty()) folder = QDir::tempPath();
+  return (folder + QStringLiteral("/harrowglen-") + QString::fromLatin1(key.left(16)) +
+          QStringLiteral(".lock"))
+      .toStdString();
+}
+
+}  // namespace
+
+LockFileInstanceCheck::LockFileInstanceCheck() : LockFileInstanceCheck(defaultLockPath()) {}
+
+LockFileInstanceCheck::LockFileInstanceCheck(const std::string& lockPath)
+    : m_lock(std::make_unique<QLockFile>(QString::fromStdString(lockPath))) {}
+
+LockFileInstanceCheck::~LockFileInstanceCheck() = default;
+
+bool LockFileInstanceCheck::anotherInstanceRunning() {
+  if (!m_checked) {
+    m_checked = true;
+    m_another = !m_lock->tryLock(0) && m_lock->error() == QLockFile::LockFailedError;
+  }
+  return m_another;
+}
+
+void QtMessageSink::show(const MessageBoxRequest& box) {
+  QString text = QString::fromStdString(box.text).replace(QStringLiteral("\r\n"), "\n");
+  QMessageBox dialog(box.icon == MsgIcon::Critical ? QMessageBox::Critical : QMessageBox::NoIcon,
+                     QString::fromStdString(box.shownTitle()), text, QMessageBox::Ok);
+  dialog.exec();
+}
+
+Host::Host(Platform& platform, FileDialogProvider& dialogs, InstanceCheck& instances)
+    : m_platform(platform), m_dialogs(dialogs), m_instances(instances) {}
+
+Host::~Host() = default;
+
+void Host::DoEvents() { QCoreApplication::processEvents(QEventLoop::AllEvents); }
+
+void Host::SetCapture(Control* control) {
+  if (m_capture && m_capture != control && m_capture->widget()) m_capture->widget()->releaseMouse();
+  m_capture = control;
+  // Real mouse events then reach the control even outside it; events sent straight to another
+  // control's widget are passed on by Control's own routing.
+  if (control && control->widget() && control->widget()->isVisible())
+    control->widget()->grabMouse();
+}
+
+void Host::ReleaseCapture() {
+  if (m_capture && m_capture->widget()) m_capture->widget()->releaseMouse();
+  m_capture = nullptr;
+}
+
+void Host::dispatch(const std::function<void()>& handler) noexcept {
+  try {
+    handler();
+  } catch (const RuntimeError& e) {
+    try {
+      m_platform.messages.show(
+          {"Run-time error '" + std::to_string(e.number()) + "':\r\n\r\n" + e.description(),
+           MsgIcon::Critical, std::nullopt});
+    } catch (...) {
+    }
+  } catch (const std::exception& e) {
+    try {
+      m_platform.messages.show(
+          {std::string("Run-time error:\r\n\r\n") + e.what(), MsgIcon::Critical, std::nullopt});
+    } catch (...) {
+    }
+  }
+}
+
+void Host::formLoaded(Form* form) {
+  if (std::find(m_forms.begin(), m_forms.end(), form) == m_forms.end()) m_forms.push_back(form);
+}
+
+void Host::formUnloaded(Form* form) {
+  std::erase(m_forms, form);
+  if (m_capture && &m_capture->form() == form) ReleaseCapture();
+  if (m_forms.empty() && onAllFormsUnloaded) onAllFormsUnloaded();
+}
+
+void Host::controlGone(Control* control) {
+  if (m_capture == control) m_capture = nullptr;
+}
+
+}  // namespace toolkit

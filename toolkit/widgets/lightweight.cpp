@@ -1,0 +1,129 @@
+#include "toolkit/widgets/lightweight.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+
+#include "toolkit/widgets/form.h"
+
+namespace toolkit {
+
+ImageControl::ImageControl(Form& form, std::string name, Control* container)
+    : Control(form, std::move(name), container) {
+  attach(new CanvasWidget(this, parentWidget()));
+}
+
+void ImageControl::setPictureValue(::toolkit::Picture picture) {
+  m_picture = std::move(picture);
+  fitToPicture();
+  widget()->update();
+}
+
+void ImageControl::setStretchValue(bool on) {
+  m_stretch = on;
+  fitToPicture();
+  widget()->update();
+}
+
+void ImageControl::fitToPicture() {
+  if (m_stretch || m_picture.empty()) return;
+  setGeometryTwips(leftTwips(), topTwips(), m_picture.widthPixels() * kTwipsPerPixel,
+                   m_picture.heightPixels() * kTwipsPerPixel);
+}
+
+void ImageControl::setPointerValue(Pointer pointer) {
+  m_pointer = pointer;
+  applyPointer(widget(), pointer);
+}
+
+void ImageControl::paint(QPainter& painter, const QRect&) {
+  if (m_picture.empty()) return;
+  if (m_stretch) {
+    painter.drawImage(QRect(QPoint(0, 0), widget()->size()), m_picture.image());
+  } else {
+    painter.drawImage(0, 0, m_picture.image());
+  }
+}
+
+Label::Label(Form& form, std::string name, Control* container)
+    : Control(form, std::move(name), container) {
+  attach(new CanvasWidget(this, parentWidget()));
+}
+
+void Label::setCaptionValue(std::string caption) {
+  m_caption = std::move(caption);
+  fitToCaption();
+  widget()->update();
+}
+
+void Label::setAutoSizeValue(bool on) {
+  m_autoSize = on;
+  fitToCaption();
+}
+
+void Label::setForeColorValue(Color color) {
+  m_foreColor = color;
+  widget()->update();
+}
+
+void Label::setBackColorValue(Color color) {
+  m_backColor = color;
+  widget()->update();
+}
+
+void Label::setBackStyleValue(LabelBackStyle style) {
+  m_backStyle = style;
+  widget()->update();
+}
+
+void Label::setFont(const FontSpec& font) {
+  widget()->setFont(toQFont(font));
+  fitToCaption();
+}
+
+void Label::fitToCaption() {
+  if (!m_autoSize) return;
+  QFontMetrics metrics(widget()->font());
+  QString text = QString::fromStdString(m_caption);
+  setGeometryTwips(leftTwips(), topTwips(), metrics.horizontalAdvance(text) * kTwipsPerPixel,
+                   metrics.height() * kTwipsPerPixel);
+}
+
+void Label::paint(QPainter& painter, const QRect& rect) {
+  if (m_backStyle == LabelBackStyle::Opaque) painter.fillRect(rect, toQColor(m_backColor));
+  QColor fore = toQColor(m_foreColor);
+  if (!widget()->isEnabled()) fore = QColor(128, 128, 128);
+  painter.setPen(fore);
+  painter.setFont(widget()->font());
+  int flags = Qt::AlignLeft | Qt::AlignTop | (m_autoSize ? 0 : Qt::TextWordWrap);
+  painter.drawText(QRect(QPoint(0, 0), widget()->size()), flags, QString::fromStdString(m_caption));
+}
+
+Shape::Shape(Form& form, std::string name, Control* container)
+    : Control(form, std::move(name), container) {
+  auto* w = new CanvasWidget(this, parentWidget());
+  w->setAttribute(Qt::WA_TransparentForMouseEvents);
+  attach(w);
+}
+
+void Shape::setBorderWidthValue(Integer width) {
+  m_borderWidth = width;
+  widget()->update();
+}
+
+void Shape::setBorderColorValue(Color color) {
+  m_borderColor = color;
+  widget()->update();
+}
+
+void Shape::paint(QPainter& painter, const QRect&) {
+  QRect r(QPoint(0, 0), widget()->size());
+  if (r.isEmpty()) return;
+  QColor color = toQColor(m_borderColor);
+  int t = std::min({std::max<int>(1, m_borderWidth.value()), r.width(), r.height()});
+  painter.fillRect(QRect(r.left(), r.top(), r.width(), t), color);
+  painter.fillRect(QRect(r.left(), r.bottom() - t + 1, r.width(), t), color);
+  painter.fillRect(QRect(r.left(), r.top(), t, r.height()), color);
+  painter.fillRect(QRect(r.right() - t + 1, r.top(), t, r.height()), color);
+}
+
+}  // namespace toolkit

@@ -1,0 +1,53 @@
+#include "toolkit/widgets/picture.h"
+
+#include <cstring>
+
+#include "toolkit/core/file_system.h"
+
+namespace toolkit {
+
+Picture::Picture(QImage image) {
+  if (image.isNull()) return;
+  if (image.hasAlphaChannel()) {
+    m_image = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+  } else {
+    m_image = image.convertToFormat(QImage::Format_RGB32);
+  }
+}
+
+Picture Picture::fromRgb(const RgbImage& rgb) {
+  if (rgb.empty()) return {};
+  QImage packed(rgb.pixels.data(), rgb.width, rgb.height, rgb.width * 3, QImage::Format_RGB888);
+  // convertToFormat copies, so the picture owns its pixels after `rgb` is gone.
+  Picture picture;
+  picture.m_image = packed.convertToFormat(QImage::Format_RGB32);
+  return picture;
+}
+
+RgbImage Picture::toRgb() const {
+  RgbImage rgb;
+  if (empty()) return rgb;
+  QImage packed = m_image.convertToFormat(QImage::Format_RGB888);
+  rgb.width = packed.width();
+  rgb.height = packed.height();
+  const auto rowBytes = static_cast<std::size_t>(rgb.width) * 3;
+  rgb.pixels.resize(rowBytes * static_cast<std::size_t>(rgb.height));
+  for (int y = 0; y < rgb.height; ++y) {
+    std::memcpy(rgb.pixels.data() + rowBytes * static_cast<std::size_t>(y), packed.constScanLine(y),
+                rowBytes);
+  }
+  return rgb;
+}
+
+Picture LoadPicture(FileSystem& files, const std::string& path) {
+  return Picture::fromRgb(loadPicture(files, path));
+}
+
+void SavePicture(FileSystem& files, const Picture& picture, const std::string& path) {
+  std::vector<std::uint8_t> bytes = encodeBmp24(picture.toRgb());
+  auto file = files.openWrite(path);
+  file->writeAt(0, bytes);
+  file->truncate(static_cast<std::int64_t>(bytes.size()));
+}
+
+}  // namespace toolkit

@@ -1,0 +1,179 @@
+#include "toolkit/widgets/picture_box.h"
+
+#include <QPainter>
+#include <algorithm>
+
+namespace toolkit {
+
+PictureBox::PictureBox(Form& form, std::string name, Control* container)
+    : Control(form, std::move(name), container) {
+  auto* w = new CanvasWidget(this, parentWidget());
+  w->setAttribute(Qt::WA_OpaquePaintEvent);
+  w->setFocusPolicy(Qt::StrongFocus);
+  attach(w);
+  resetPersistent();
+}
+
+Single PictureBox::scaleWidthValue() const {
+  return static_cast<Single>(widget()->width()) / pixelsPerUnit();
+}
+
+Single PictureBox::scaleHeightValue() const {
+  return static_cast<Single>(widget()->height()) / pixelsPerUnit();
+}
+
+void PictureBox::setPictureValue(::toolkit::Picture picture) {
+  m_picture = std::move(picture);
+  if (m_autoSize && !m_picture.empty()) {
+    // The natural size of a picture: one pixel is kTwipsPerPixel twips.
+    setGeometryTwips(leftTwips(), topTwips(), m_picture.widthPixels() * kTwipsPerPixel,
+                     m_picture.heightPixels() * kTwipsPerPixel);
+  }
+  resetPersistent();
+}
+
+void PictureBox::resetPersistent() {
+  QSize size = widget()->size();
+  if (!m_picture.empty() && size == QSize(m_picture.widthPixels(), m_picture.heightPixels()) &&
+      !m_picture.image().hasAlphaChannel()) {
+    // The common case of a frame at its natural size: share the picture's pixels until drawn on.
+    m_persistent = m_picture.image();
+  } else {
+    m_persistent = QImage(size.expandedTo(QSize(1, 1)), QImage::Format_RGB32);
+    m_persistent.fill(toQColor(m_backColor));
+    if (!m_picture.empty()) {
+      QPainter painter(&m_persistent);
+      painter.drawImage(0, 0, m_picture.image());
+    }
+  }
+  m_screen.reset();
+  widget()->update();
+}
+
+void PictureBox::resized() {
+  // The backing image follows the box; what was drawn stays where it was.
+  QSize size = widget()->size().expandedTo(QSize(1, 1));
+  if (m_persistent.size() == size) return;
+  QImage grown(size, QImage::Format_RGB32);
+  grown.fill(toQColor(m_backColor));
+  {
+    QPainter painter(&grown);
+    painter.drawImage(0, 0, m_persistent);
+  }
+  m_persistent = std::move(grown);
+  m_screen.reset();
+}
+
+void PictureBox::setAutoRedrawValue(bool on) {
+  m_autoRedraw = on;
+  if (on && m_screen) {
+    m_screen.reset();
+    widget()->update();
+  }
+}
+
+void PictureBox::setBackColorValue(Color color) {
+  m_backColor = color;
+  resetPersistent();
+}
+
+void PictureBox::setPointerValue(Pointer pointer) {
+  m_pointer = pointer;
+  applyPointer(widget(), pointer);
+}
+
+QImage& PictureBox::drawingSurface() {
+  if (m_autoRedraw) {
+    m_screen.reset();
+    return m_persistent;
+  }
+  if (!m_screen) m_screen = m_persistent;
+  return *m_screen;
+}
+
+void PictureBox::Cls() { resetPersistent(); }
+
+void PictureBox::PaintPicture(const ::toolkit::Picture& picture, Single x1, Single y1,
+                              Single width1, Single height1, Single x2, Single y2, Single width2,
+                              Single height2) {
+  if (picture.empty()) return;
+  float f = pixelsPerUnit();
+  QRectF target(x1 * f, y1 * f, width1 * f, height1 * f);
+  QRectF source(x2 * f, y2 * f, width2 * f, height2 * f);
+  {
+    QPainter painter(&drawingSurface());
+    painter.drawImage(target, picture.image(), source);
+  }
+  widget()->update();
+}
+
+void PictureBox::Line(Single x1, Single y1, Single x2, Single y2, Color color, LineKind kind) {
+  float f = pixelsPerUnit();
+  int ax = static_cast<int>(roundHalfEven(x1 * f));
+  int ay = static_cast<int>(roundHalfEven(y1 * f));
+  int bx = static_cast<int>(roundHalfEven(x2 * f));
+  int by = static_cast<int>(roundHalfEven(y2 * f));
+  QColor qcolor = toQColor(color);
+  int width = std::max<int>(1, m_drawWidth.value());
+  {
+    QPainter painter(&drawingSurface());
+    if (kind == LineKind::FilledBox) {
+      painter.fillRect(QRect(QPoint(std::min(ax, bx), std::min(ay, by)),
+                             QPoint(std::max(ax, bx), std::max(ay, by))),
+                       qcolor);
+    } else if (kind == LineKind::Box) {
+      QRect r(QPoint(std::min(ax, bx), std::min(ay, by)),
+              QPoint(std::max(ax, bx), std::max(ay, by)));
+      // Each edge as a filled band inside the corners, so the outline covers both corners exactly.
+      int t = std::min({width, r.width(), r.height()});
+      painter.fillRect(QRect(r.left(), r.top(), r.width(), t), qcolor);
+      painter.fillRect(QRect(r.left(), r.bottom() - t + 1, r.width(), t), qcolor);
+      painter.fillRect(QRect(r.left(), r.top(), t, r.height()), qcolor);
+      painter.fillRect(QRect(r.right() - t + 1, r.top(), t, r.height()), qcolor);
+    } else {
+      QPen pen(qcolor);
+      pen.setWidth(width);
+      painter.setPen(pen);
+      painter.drawLine(ax, ay, bx, by);
+    }
+  }
+  widget()->update();
+}
+
+void PictureBox::Refresh() {
+  m_screen.reset();
+  widget()->repaint();
+}
+
+void PictureBox::DrawFocusRect(const Rect& rect) {
+  QImage& surface = drawingSurface();
+  int left = std::max(0, rect.Left.value());
+  int top = std::max(0, rect.Top.value());
+  int right = std::min(surface.width(), rect.Right.value());
+  int bottom = std::min(surface.height(), rect.Bottom.value());
+  if (right <= left || bottom <= top) return;
+  // Every pixel of the outline is visited once, and every other one inverted, so a second call
+  // undoes the first.
+  auto invert = [&](int x, int y) {
+    if (((x + y) & 1) != 0) return;
+    auto* line = reinterpret_cast<QRgb*>(surface.scanLine(y));
+    line[x] ^= 0x00FFFFFFu;
+  };
+  for (int x = left; x < right; ++x) {
+    invert(x, top);
+    if (bottom - 1 > top) invert(x, bottom - 1);
+  }
+  for (int y = top + 1; y < bottom - 1; ++y) {
+    invert(left, y);
+    if (right - 1 > left) invert(right - 1, y);
+  }
+  widget()->update();
+}
+
+void PictureBox::paint(QPainter& painter, const QRect& rect) {
+  const QImage& shown = m_screen ? *m_screen : m_persistent;
+  painter.fillRect(rect, toQColor(m_backColor));
+  painter.drawImage(rect.topLeft(), shown, rect);
+}
+
+}  // namespace toolkit

@@ -1,0 +1,102 @@
+#pragma once
+
+// The picture box: a container with its own scale, a picture that sizes the box (AutoSize), and
+// drawing that persists on a backing image (AutoRedraw True) or goes straight to the screen and
+// is lost at the next Refresh (AutoRedraw False).
+
+#include <QImage>
+#include <optional>
+
+#include "toolkit/widgets/control.h"
+#include "toolkit/widgets/picture.h"
+
+namespace toolkit {
+
+enum class LineKind { Line, Box, FilledBox };
+
+class PictureBox : public Control {
+  ScaleUnit scaleModeValue() const { return m_scale; }
+  void setScaleModeValue(ScaleUnit unit) { m_scale = unit; }
+  Single scaleWidthValue() const;
+  Single scaleHeightValue() const;
+  ::toolkit::Picture pictureValue() const { return m_picture; }
+  void setPictureValue(::toolkit::Picture picture);
+  ::toolkit::Picture imageValue() const { return ::toolkit::Picture(m_persistent); }
+  bool autoRedrawValue() const { return m_autoRedraw; }
+  void setAutoRedrawValue(bool on);
+  bool autoSizeValue() const { return m_autoSize; }
+  void setAutoSizeValue(bool on) { m_autoSize = on; }
+  Integer drawWidthValue() const { return m_drawWidth; }
+  void setDrawWidthValue(Integer width) { m_drawWidth = width; }
+  Color backColorValue() const { return m_backColor; }
+  void setBackColorValue(Color color);
+  Pointer pointerValue() const { return m_pointer; }
+  void setPointerValue(Pointer pointer);
+
+ public:
+  PictureBox(Form& form, std::string name, Control* container);
+
+  Property<PictureBox, ScaleUnit, &PictureBox::scaleModeValue, &PictureBox::setScaleModeValue>
+      ScaleMode{this};
+  // The inner size in the current scale.
+  ReadOnlyProperty<PictureBox, Single, &PictureBox::scaleWidthValue> ScaleWidth{this};
+  ReadOnlyProperty<PictureBox, Single, &PictureBox::scaleHeightValue> ScaleHeight{this};
+  // Assigning a picture clears what was drawn and, with AutoSize, sizes the box to the picture.
+  Property<PictureBox, ::toolkit::Picture, &PictureBox::pictureValue, &PictureBox::setPictureValue>
+      Picture{this};
+  // What the box holds now, picture and persistent drawing, at the box's size.
+  ReadOnlyProperty<PictureBox, ::toolkit::Picture, &PictureBox::imageValue> Image{this};
+  Property<PictureBox, bool, &PictureBox::autoRedrawValue, &PictureBox::setAutoRedrawValue>
+      AutoRedraw{this};
+  Property<PictureBox, bool, &PictureBox::autoSizeValue, &PictureBox::setAutoSizeValue> AutoSize{
+      this};
+  Property<PictureBox, Integer, &PictureBox::drawWidthValue, &PictureBox::setDrawWidthValue>
+      DrawWidth{this};
+  Property<PictureBox, Color, &PictureBox::backColorValue, &PictureBox::setBackColorValue>
+      BackColor{this};
+  Property<PictureBox, Pointer, &PictureBox::pointerValue, &PictureBox::setPointerValue>
+      MousePointer{this};
+
+  // Removes all drawing; the picture stays.
+  void Cls();
+  // Paints the source rectangle of `picture` stretched into the target rectangle, both in this
+  // box's current scale.
+  void PaintPicture(const ::toolkit::Picture& picture, Single x1, Single y1, Single width1,
+                    Single height1, Single x2, Single y2, Single width2, Single height2);
+  // Line (x1, y1)-(x2, y2), colour[, B[F]] in the current scale, DrawWidth pixels wide. A box
+  // covers both corners.
+  void Line(Single x1, Single y1, Single x2, Single y2, Color color,
+            LineKind kind = LineKind::Line);
+  // Repaints at once; what was drawn with AutoRedraw False is gone afterwards.
+  void Refresh();
+  // The focus rectangle: a dotted outline in device pixels, drawn by inverting, so that drawing
+  // the same rectangle again restores what was there. Right and Bottom lie outside it.
+  void DrawFocusRect(const Rect& rect);
+
+  // What the screen shows of the box now: the backing image, or the screen layer over it.
+  QImage shownImage() const { return m_screen ? *m_screen : m_persistent; }
+
+  ScaleUnit childScale() const override { return m_scale; }
+
+ protected:
+  ScaleUnit mouseScale() const override { return m_scale; }
+  void paint(QPainter& painter, const QRect& rect) override;
+  void resized() override;
+
+ private:
+  QImage& drawingSurface();
+  void resetPersistent();
+  float pixelsPerUnit() const { return m_scale == ScaleUnit::Twips ? 1.0f / kTwipsPerPixel : 1.0f; }
+
+  ScaleUnit m_scale = ScaleUnit::Twips;
+  ::toolkit::Picture m_picture;
+  QImage m_persistent;
+  std::optional<QImage> m_screen;
+  bool m_autoRedraw = false;
+  bool m_autoSize = false;
+  Integer m_drawWidth = 1;
+  Color m_backColor = kSysButtonFace;
+  Pointer m_pointer = Pointer::Default;
+};
+
+}  // namespace toolkit

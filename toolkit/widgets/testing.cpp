@@ -1,0 +1,57 @@
+#include "toolkit/widgets/testing.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <cstdlib>
+
+#include "toolkit/widgets/control.h"
+
+namespace toolkit::testing {
+
+void ensureApplication() {
+  if (QApplication::instance()) return;
+  if (!std::getenv("QT_QPA_PLATFORM")) setenv("QT_QPA_PLATFORM", "offscreen", 1);
+  static int argc = 1;
+  static char name[] = "harrowglen-test";
+  static char* argv[] = {name, nullptr};
+  static QApplication app(argc, argv);
+  QApplication::setQuitOnLastWindowClosed(false);
+}
+
+TestHost::TestHost(std::string programFolder)
+    : platform{files, messages, std::move(programFolder)}, host(platform, dialogs, instances) {}
+
+namespace {
+
+void send(Control& control, QEvent::Type type, QPointF pixel, Qt::MouseButton button,
+          Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers) {
+  QWidget* w = control.widget();
+  if (!w) return;
+  QMouseEvent event(type, pixel, w->mapToGlobal(pixel), button, buttons, modifiers);
+  QApplication::sendEvent(w, &event);
+}
+
+}  // namespace
+
+void press(Control& control, QPointF pixel, Qt::MouseButton button,
+           Qt::KeyboardModifiers modifiers) {
+  send(control, QEvent::MouseButtonPress, pixel, button, button, modifiers);
+}
+
+void move(Control& control, QPointF pixel, Qt::MouseButtons buttons) {
+  send(control, QEvent::MouseMove, pixel, Qt::NoButton, buttons, Qt::NoModifier);
+}
+
+void release(Control& control, QPointF pixel, Qt::MouseButton button) {
+  send(control, QEvent::MouseButtonRelease, pixel, button, Qt::NoButton, Qt::NoModifier);
+}
+
+void click(Control& control) {
+  QWidget* w = control.widget();
+  if (!w) return;
+  QPointF centre(w->width() / 2.0, w->height() / 2.0);
+  press(control, centre);
+  release(control, centre);
+}
+
+}  // namespace toolkit::testing
