@@ -1,0 +1,182 @@
+// hgvtool diff: the comparison of two neighbouring frames, as a search's priming pass and first
+// step make it: the older frame into CellMeansA with both phases True, the newer into CellMeansB.
+
+#include <cstdint>
+#include <ostream>
+#include <span>
+#include <string>
+
+#include "app/hgvtool_commands.h"
+#include "app/hgvtool_support.h"
+#include "clip/separate_mjpg.h"
+#include "search/core/analyse_bmp.h"
+#include "toolkit/core/file_system.h"
+#include "toolkit/core/program_folder.h"
+#include "toolkit/core/runtime_error.h"
+
+namespace app {
+namespace {
+
+using toolkit::kFalse;
+using toolkit::kTrue;
+using toolkit::RuntimeError;
+
+constexpr int kSearchCellSize = 16;
+constexpr const char* kUsage =
+    "usage: hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] CLIP N\n"
+    "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] A.jpg B.jpg\n";
+
+struct DiffOptions {
+  std::vector<std::string> positional;
+  bool json = false;
+  std::string sensitivity = "Medium";
+  long long threshold = 0;
+};
+
+bool parseOptions(const Args& args, DiffOptions& o) {
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const std::string& a = args[i];
+    if (a == "--json") {
+      o.json = true;
+    } else if (a == "--sensitivity" && i + 1 < args.size()) {
+      o.sensitivity = args[++i];
+    } else if (a == "--threshold" && i + 1 < args.size()) {
+      if (!parseInt(args[++i], o.threshold) || o.threshold < INT16_MIN || o.threshold > INT16_MAX) {
+        return false;
+      }
+    } else if (a.rfind("--", 0) == 0) {
+      return false;
+    } else {
+      o.positional.push_back(a);
+    }
+  }
+  return o.positional.size() == 2;
+}
+
+// Hands the comparison one frame at a time, as the search drivers do.
+class Comparison {
+ public:
+  Comparison(toolkit::Platform& platform, const DiffOptions& o) : m_module(platform) {
+    m_module.Sensitivity = o.sensitivity;
+    m_module.ChangeThreshold = static_cast<std::int16_t>(o.threshold);
+  }
+
+  void storeOlder(const std::string& jpg, search::FrameInputs inputs) {
+    m_module.StoreInA = kTrue;
+    m_module.StoreInB = kFalse;
+    inputs.SearchPhaseA = kTrue;
+    inputs.SearchPhaseB = kTrue;
+    m_module.AnalyseFrame(jpg, kSearchCellSize, inputs);
+  }
+  void compareNewer(const std::string& jpg, search::FrameInputs inputs) {
+    m_module.StoreInA = kFalse;
+    m_module.StoreInB = kTrue;
+    inputs.SearchPhaseA = kTrue;
+    inputs.SearchPhaseB = kFalse;
+    m_module.AnalyseFrame(jpg, kSearchCellSize, inputs);
+  }
+  const search::AnalyseBMP& module() const { return m_module; }
+
+ private:
+  search::AnalyseBMP m_module;
+};
+
+void report(const search::AnalyseBMP& m, const DiffOptions& o,
+            const std::vector<toolkit::MessageBoxRequest>& boxes, std::ostream& out) {
+  const auto t = m.sweepThreshold();
+  if (o.json) {
+    out << "{\"CellRows\": " << m.CellRows.value() << ", \"CellColumns\": " << m.CellColumns.value()
+        << ", \"otsu_t\": " << (t ? std::to_string(*t) : "null")
+        << ", \"ChangeThreshold\": " << m.ChangeThreshold.value() << ", \"changed\": [";
+    for (std::size_t i = 0; i < m.ChangedCells.size(); ++i) {
+      const auto& cell = m.ChangedCells[i];
+      const auto& at = m.CellOrigins(cell.Row, cell.Column);
+      out << (i ? ", " : "") << "{\"Column\": " << cell.Column.value()
+          << ", \"Row\": " << cell.Row.value() << ", \"X\": " << at.X.value()
+          << ", \"Y\": " << at.Y.value() << "}";
+    }
+    out << "], \"boxes\": " << boxesJson(boxes) << "}\n";
+    return;
+  }
+  out << "cells:       " << m.CellColumns.value() << " columns x " << m.CellRows.value()
+      << " rows\n"
+      << "sweep:       " << (t ? "t = " + std::to_string(*t) : std::string("no score")) << "\n"
+      << "threshold:   " << m.ChangeThreshold.value() << " (" << o.sensitivity << ")\n"
+      << "changed:     " << m.ChangedCellCount.value() << " cells\n";
+  for (const auto& cell : m.ChangedCells) {
+    const auto& at = m.CellOrigins(cell.Row, cell.Column);
+    out << "  column " << cell.Column.value() << ", row " << cell.Row.value() << " at x "
+        << at.X.value() << ", y " << at.Y.value() << "\n";
+  }
+}
+
+int diffClip(const std::string& path, long long frame, const DiffOptions& o, std::ostream& out,
+             std::ostream& err) {
+  ToolSession session(err);
+  clip::SeparateMJPG clip(session.platform());
+  if (!clip.InitialAviInfo(path)) return 1;
+  const int total = clip.SaveAviChunk(path).value();
+  if (total == 0) return 1;
+  if (frame < 0 || frame + 1 >= total) {
+    err << "hgvtool: the clip has frames 0 to " << total - 1 << "; frame " << frame
+        << " has no next frame to compare with\n";
+    return 1;
+  }
+  Comparison comparison(session.platform(), o);
+  const search::FrameInputs inputs{clip.ClipWidth, clip.ClipHeight};
+  try {
+    comparison.storeOlder(clip.ExtractCurrentJpg(path, static_cast<int>(frame)), inputs);
+    comparison.compareNewer(clip.ExtractCurrentJpg(path, static_cast<int>(frame + 1)), inputs);
+  } catch (const RuntimeError& e) {
+    err << "hgvtool: Error " << e.number() << ": " << e.description() << "\n";
+    return 1;
+  }
+  report(comparison.module(), o, session.boxes(), out);
+  return session.boxes().empty() ? 0 : 1;
+}
+
+// Each picture is copied to the scratch "Temp.jpg" of a fresh program folder, where an extracted
+// frame would be, so that the comparison runs exactly as in a search.
+int diffPictures(const std::string& older, const std::string& newer, const DiffOptions& o,
+                 std::ostream& out, std::ostream& err) {
+  ToolSession session(err);
+  toolkit::FileSystem& files = session.platform().files;
+  const std::string scratch = toolkit::inFolder(session.platform().programFolder, "Temp.jpg");
+  const auto copyToScratch = [&](const std::string& picture) {
+    const std::string bytes = toolkit::readWholeFile(files, picture);
+    auto file = files.openWrite(scratch);
+    file->writeAt(0, std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
+    file->truncate(static_cast<std::int64_t>(bytes.size()));
+  };
+  Comparison comparison(session.platform(), o);
+  const std::string* current = &older;
+  try {
+    copyToScratch(older);
+    comparison.storeOlder(scratch, {});
+    current = &newer;
+    copyToScratch(newer);
+    comparison.compareNewer(scratch, {});
+  } catch (const RuntimeError& e) {
+    err << "hgvtool: " << *current << ": Error " << e.number() << ": " << e.description() << "\n";
+    return 1;
+  }
+  report(comparison.module(), o, session.boxes(), out);
+  return session.boxes().empty() ? 0 : 1;
+}
+
+}  // namespace
+
+int runDiff(const Args& args, std::ostream& out, std::ostream& err) {
+  DiffOptions o;
+  if (!parseOptions(args, o)) {
+    err << kUsage;
+    return 2;
+  }
+  long long frame = 0;
+  if (parseInt(o.positional[1], frame)) {
+    return diffClip(o.positional[0], frame, o, out, err);
+  }
+  return diffPictures(o.positional[0], o.positional[1], o, out, err);
+}
+
+}  // namespace app
