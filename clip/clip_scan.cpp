@@ -10,13 +10,32 @@ namespace clip {
 namespace {
 
 constexpr std::int64_t kBlockBytes = 1 << 16;
+constexpr std::int64_t kWindowBytes = 1 << 12;
 
 }  // namespace
 
 void ClipScanner::readAt(std::int64_t pos, std::uint8_t* out, std::size_t n) {
   std::memset(out, 0, n);
   if (pos < 1 || pos > m_length) return;
-  m_file.readAt(pos - 1, std::span(out, n));
+  const std::int64_t offset = pos - 1;
+  const auto inWindow = [&] {
+    return m_windowStart >= 0 && offset >= m_windowStart &&
+           offset + static_cast<std::int64_t>(n) <=
+               m_windowStart + static_cast<std::int64_t>(m_window.size());
+  };
+  if (!inWindow()) {
+    // Reads that follow on from the window are the index being read entry by entry: take a
+    // whole window. Jumps elsewhere are the walk from chunk to chunk: take just a little.
+    const bool sequential =
+        m_windowStart >= 0 && offset >= m_windowStart &&
+        offset < m_windowStart + static_cast<std::int64_t>(m_window.size()) + kWindowBytes;
+    const std::int64_t want = sequential ? kWindowBytes : 16;
+    m_window.resize(static_cast<std::size_t>(std::min(want, m_length - offset)));
+    m_window.resize(m_file.readAt(offset, m_window));
+    m_windowStart = offset;
+  }
+  const auto from = static_cast<std::size_t>(offset - m_windowStart);
+  std::memcpy(out, m_window.data() + from, std::min(n, m_window.size() - from));
 }
 
 toolkit::Long ClipScanner::number(std::int64_t pos) {

@@ -39,6 +39,10 @@ class ClipScanner {
   toolkit::ReadableFile& m_file;
   std::int64_t m_length;
   std::vector<std::uint8_t> m_block;
+  // The small reads of numbers and tags go through a window of the file, so that the index's
+  // entries, which lie side by side, cost one read per window rather than one each.
+  std::vector<std::uint8_t> m_window;
+  std::int64_t m_windowStart = -1;  // 0-based offset of m_window[0]
 };
 
 }  // namespace clip
