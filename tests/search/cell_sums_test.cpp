@@ -94,6 +94,29 @@ TEST(CellSumsTest, EveryPathGivesThePlainLoopsBitsOnRandomPictures) {
   }
 }
 
+// The vector path computes brightness in integers and one float division; this checks that it
+// agrees with the double formula, colour by colour.
+TEST(CellSumsTest, EveryPathGivesTheDoubleFormulasBrightnessForAllColours) {
+  std::vector<std::uint8_t> bytes(256 * 256 * 3);
+  std::vector<float> luma(256 * 256), sums(16 * 16);
+  const BgrRows rows{bytes.data(), 256 * 3, 256, 256};
+  if (!cellSumPathAvailable(CellSumPath::kAvx2)) GTEST_SKIP() << "no AVX2 on this machine";
+  for (int blue = 0; blue < 256; ++blue) {
+    for (std::size_t i = 0; i < 256 * 256; ++i) {
+      bytes[3 * i] = static_cast<std::uint8_t>(blue);
+      bytes[3 * i + 1] = static_cast<std::uint8_t>(i >> 8);
+      bytes[3 * i + 2] = static_cast<std::uint8_t>(i);
+    }
+    lumaAndCellSums(rows, 16, luma.data(), sums.data(), CellSumPath::kAvx2);
+    for (std::size_t i = 0; i < 256 * 256; ++i) {
+      const auto want = static_cast<float>(0.587 * static_cast<int>(i >> 8) +
+                                           0.299 * static_cast<int>(i & 255) + 0.114 * blue);
+      ASSERT_EQ(std::memcmp(&luma[i], &want, sizeof want), 0)
+          << "blue " << blue << ", green " << (i >> 8) << ", red " << (i & 255);
+    }
+  }
+}
+
 TEST(CellSumsTest, RowRangesOnCellBoundariesAddUpToTheWhole) {
   std::mt19937 rng(7);
   std::vector<float> wantLuma, wantSums;
