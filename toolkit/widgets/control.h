@@ -69,6 +69,9 @@ class Control {
   // Gives the control the keyboard focus; a hidden or disabled control is passed over.
   void SetFocus();
 
+  // Place in the window's tab order; -1 for none.
+  int TabIndex = -1;
+
   std::function<void()> onClick;
   MouseHandler onMouseDown;
   MouseHandler onMouseMove;

@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QScreen>
 #include <QWidget>
+#include <algorithm>
 
 #include "toolkit/widgets/host.h"
 
@@ -97,6 +98,7 @@ void Form::Load() {
   createControls();
   applyWindowFlags();
   applyStackingOrder();
+  applyTabOrder();
   m_host.dispatch([this] { Form_Load(); });
 }
 
@@ -232,6 +234,20 @@ void Form::applyStackingOrder() {
     for (auto it = m_order.rbegin(); it != m_order.rend(); ++it) {
       if ((*it)->windowed() == windowed && (*it)->widget()) (*it)->widget()->raise();
     }
+  }
+}
+
+void Form::applyTabOrder() {
+  std::vector<Control*> order;
+  for (Control* c : m_order) {
+    if (c->TabIndex >= 0 && c->widget() && c->widget()->focusPolicy() != Qt::NoFocus) {
+      order.push_back(c);
+    }
+  }
+  std::stable_sort(order.begin(), order.end(),
+                   [](Control* a, Control* b) { return a->TabIndex < b->TabIndex; });
+  for (std::size_t i = 1; i < order.size(); ++i) {
+    QWidget::setTabOrder(order[i - 1]->widget(), order[i]->widget());
   }
 }
 

@@ -117,6 +117,7 @@ class Form {
   struct Generation;
   void adopt(std::unique_ptr<Control> control);
   void applyStackingOrder();
+  void applyTabOrder();
   void applyWindowFlags();
   void paintBackground(QPainter& painter, const QRect& rect);
   void stopTimers();

@@ -1,0 +1,70 @@
+#include "skin/form1.h"
+#include "skin/windows.h"
+#include "toolkit/core/program_folder.h"
+
+namespace skin {
+
+using toolkit::kFalse;
+using toolkit::kTrue;
+
+void Form1::Form_Load() {
+  try {
+    if (host().PrevInstance()) {
+      // The running copy is not told, and its scratch files are its own: this copy only goes.
+      m_endingSecondCopy = true;
+      Unload();
+      return;
+    }
+    DrawRectangle.SearchBox = {};
+    PlayingForward = kFalse;
+    PlayingBack = kFalse;
+    OpenSaveFile.ZoomActive = kFalse;
+    picShowAVI->Visible = false;
+    tmrControlDisplay->Enabled = false;
+    FirstClipPending = kTrue;
+    SettingsShown = kFalse;
+    SearchCellSize = 16;
+    ZoomPercent = 100;
+    HS1->Max = 100;
+    VS1->Max = 100;
+    OpenSaveFile.SearchPhaseA = kTrue;
+    OpenSaveFile.SearchPhaseB = kTrue;
+    picBase->Width = fraBox->Width;
+    picBase->Height = fraBox->Height;
+    SeparateMJPG.DisplayHeight = Long::fromDouble(picBase->Height);
+    SeparateMJPG.DisplayWidth = Long::fromDouble(picBase->Width);
+    lblImageID->Visible = false;
+    pic = add<toolkit::PictureBox>("pic", nullptr, 0, 0, 0, 0);
+    pic->Visible = false;
+    pic->Picture = LoadPicture(toolkit::inFolder(programFolder(), "Harrowglen Interface.BMP"));
+  } catch (const toolkit::RuntimeError&) {
+    // Start-up ends quietly on any run-time error; a missing or broken interface bitmap costs
+    // nothing.
+  }
+}
+
+void Form1::Form_Resize() {}
+
+void Form1::Form_QueryUnload(Integer& Cancel, Integer& UnloadMode) {
+  (void)Cancel;
+  (void)UnloadMode;
+  if (m_endingSecondCopy) return;
+  if (SearchingForward != kFalse || SearchingBack != kFalse) {
+    // The search sees the flag at its next check and shuts the session down itself.
+    CloseRequested = kTrue;
+    return;
+  }
+  ShutDownSession();
+}
+
+void Form1::ShutDownSession() {
+  std::vector<toolkit::Form*> loaded = host().Forms();
+  for (toolkit::Form* form : loaded) form->Unload();
+  if (FileExists(OpenSaveFile.CurrentFrameFile)) Kill(OpenSaveFile.CurrentFrameFile);
+  std::string bitmap = toolkit::inFolder(programFolder(), "1.bmp");
+  if (FileExists(bitmap)) Kill(bitmap);
+  std::string marked = toolkit::inFolder(programFolder(), "temp.bmp");
+  if (FileExists(marked)) Kill(marked);
+}
+
+}  // namespace skin

@@ -1,0 +1,34 @@
+#pragma once
+
+// The module OpenSaveFile: what the session made of the open clip. It holds nothing but these
+// variables; a fresh object is the state at program start.
+
+#include <string>
+
+#include "toolkit/core/vb_types.h"
+
+namespace review {
+
+using toolkit::Boolean;
+using toolkit::Integer;
+using toolkit::kFalse;
+using toolkit::Long;
+
+struct OpenSaveFile {
+  Boolean ClipOpen = kFalse;
+  std::string ClipFileName;
+  Integer TotalFrames;
+  Integer CurrentFrame;
+  std::string CurrentFrameFile;
+  Long PictureWidth;   // twips
+  Long PictureHeight;  // twips
+  Boolean ZoomActive = kFalse;
+  Boolean SearchPhaseA = kFalse;
+  Boolean SearchPhaseB = kFalse;
+  std::string WmvSourcePath;
+  std::string WmvTargetPath;
+  Long WmvFirstFrame;
+  Long WmvFrameCount;
+};
+
+}  // namespace review

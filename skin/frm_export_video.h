@@ -1,0 +1,60 @@
+#pragma once
+
+// The export dialog "Save File". Its handlers are in export/.
+
+#include "review/session.h"
+#include "toolkit/widgets/controls.h"
+
+namespace skin {
+
+class Form1;
+class Windows;
+class frmWait;
+
+class frmExportVideo : public toolkit::Form {
+ public:
+  frmExportVideo(toolkit::Host& host, review::Session& session, Windows& windows);
+
+  ::review::OpenSaveFile& OpenSaveFile;
+  ::clip::SeparateMJPG& SeparateMJPG;
+  ::review::DrawRectangle& DrawRectangle;
+  ::skin::Form1& Form1;
+  ::skin::frmWait& frmWait;
+
+  toolkit::Frame* Frame1 = nullptr;
+  toolkit::CommonDialog* dlgSaveAVI = nullptr;
+  toolkit::Frame* fraWMV = nullptr;
+  toolkit::OptionButton* optSave200WMV = nullptr;
+  toolkit::OptionButton* optSave100WMV = nullptr;
+  toolkit::OptionButton* optSave50WMV = nullptr;
+  toolkit::Frame* fraHGV = nullptr;
+  toolkit::OptionButton* optSave200HGV = nullptr;
+  toolkit::OptionButton* optSave100HGV = nullptr;
+  toolkit::OptionButton* optSave50HGV = nullptr;
+  toolkit::CommandButton* cmdExportFile = nullptr;
+  toolkit::CommandButton* cmdChageSaveAddr = nullptr;
+  toolkit::OptionButton* optJPG = nullptr;
+  toolkit::Label* lblOutputWMV = nullptr;
+  toolkit::Label* lblWMV = nullptr;
+  toolkit::Label* lblEL = nullptr;
+  toolkit::Label* lblExportAddress = nullptr;
+  toolkit::Label* lblOutputHGV = nullptr;
+  toolkit::Label* lblHGV = nullptr;
+
+  void Form_Load() override;
+  void Form_QueryUnload(toolkit::Integer& Cancel, toolkit::Integer& UnloadMode) override;
+  void optJPG_Click();
+  void optSave50HGV_Click();
+  void optSave100HGV_Click();
+  void optSave200HGV_Click();
+  void optSave50WMV_Click();
+  void optSave100WMV_Click();
+  void optSave200WMV_Click();
+  void cmdChageSaveAddr_Click();
+  void cmdExportFile_Click();
+
+ protected:
+  void createControls() override;
+};
+
+}  // namespace skin

@@ -1,0 +1,46 @@
+#pragma once
+
+// The motion search settings dialog "Settings". Its handlers are in search/.
+
+#include "review/session.h"
+#include "toolkit/widgets/controls.h"
+
+namespace skin {
+
+class Form1;
+class Windows;
+
+class frmSetting : public toolkit::Form {
+ public:
+  frmSetting(toolkit::Host& host, review::Session& session, Windows& windows);
+
+  ::review::OpenSaveFile& OpenSaveFile;
+  ::clip::SeparateMJPG& SeparateMJPG;
+  ::review::DrawRectangle& DrawRectangle;
+  ::skin::Form1& Form1;
+
+  // The dialog was open before; survives its closing.
+  toolkit::Boolean ClosedOnce = toolkit::kFalse;
+
+  toolkit::CommandButton* cmdCancel = nullptr;
+  toolkit::CommandButton* cmdOK = nullptr;
+  toolkit::CommandButton* cmdDefault = nullptr;
+  toolkit::ComboBox* cmbSensitivity = nullptr;
+  toolkit::CommandButton* cmdSearchArea = nullptr;
+  toolkit::Label* lblSettingText = nullptr;
+  toolkit::Label* lblRestore = nullptr;
+  toolkit::Label* lblSensitivity = nullptr;
+  toolkit::Label* lblSelectArea = nullptr;
+
+  void Form_Load() override;
+  void Form_QueryUnload(toolkit::Integer& Cancel, toolkit::Integer& UnloadMode) override;
+  void cmdOK_Click();
+  void cmdCancel_Click();
+  void cmdDefault_Click();
+  void cmdSearchArea_Click();
+
+ protected:
+  void createControls() override;
+};
+
+}  // namespace skin
