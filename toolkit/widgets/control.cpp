@@ -63,38 +63,38 @@ QWidget* Control::parentWidget() const {
 
 ScaleUnit Control::mouseScale() const { return containerScale(); }
 
-Single Control::leftValue() const { return m_left * unitsPerTwip(containerScale()); }
-Single Control::topValue() const { return m_top * unitsPerTwip(containerScale()); }
-Single Control::widthValue() const { return m_width * unitsPerTwip(containerScale()); }
-Single Control::heightValue() const { return m_height * unitsPerTwip(containerScale()); }
+Single Control::leftValue() const { return twipsToUnits(m_left, containerScale()); }
+Single Control::topValue() const { return twipsToUnits(m_top, containerScale()); }
+Single Control::widthValue() const { return twipsToUnits(m_width, containerScale()); }
+Single Control::heightValue() const { return twipsToUnits(m_height, containerScale()); }
 
 void Control::setLeftValue(Single v) {
-  m_left = v / unitsPerTwip(containerScale());
+  m_left = unitsToTwips(v, containerScale());
   applyGeometry();
 }
 void Control::setTopValue(Single v) {
-  m_top = v / unitsPerTwip(containerScale());
+  m_top = unitsToTwips(v, containerScale());
   applyGeometry();
 }
 void Control::setWidthValue(Single v) {
-  m_width = v / unitsPerTwip(containerScale());
+  m_width = unitsToTwips(v, containerScale());
   applyGeometry();
 }
 void Control::setHeightValue(Single v) {
-  m_height = v / unitsPerTwip(containerScale());
+  m_height = unitsToTwips(v, containerScale());
   applyGeometry();
 }
 
 void Control::Move(Single left, Single top) {
-  float f = unitsPerTwip(containerScale());
-  m_left = left / f;
-  m_top = top / f;
+  m_left = unitsToTwips(left, containerScale());
+  m_top = unitsToTwips(top, containerScale());
   applyGeometry();
 }
 
 void Control::Move(Single left, Single top, Single width, Single height) {
-  float f = unitsPerTwip(containerScale());
-  setGeometryTwips(left / f, top / f, width / f, height / f);
+  ScaleUnit unit = containerScale();
+  setGeometryTwips(unitsToTwips(left, unit), unitsToTwips(top, unit), unitsToTwips(width, unit),
+                   unitsToTwips(height, unit));
 }
 
 void Control::setGeometryTwips(float left, float top, float width, float height) {
@@ -146,9 +146,10 @@ void Control::mouseEvent(MouseAction action, QMouseEvent* event) {
 }
 
 void Control::deliverMouse(MouseAction action, int button, int buttons, int shift, QPointF pos) {
-  float f = 1.0f / unitsPerTwip(mouseScale());
-  Single x = static_cast<Single>(pos.x()) * f;
-  Single y = static_cast<Single>(pos.y()) * f;
+  Single x = unitsToTwips(static_cast<float>(pos.x()), ScaleUnit::Pixels);
+  Single y = unitsToTwips(static_cast<float>(pos.y()), ScaleUnit::Pixels);
+  x = twipsToUnits(x, mouseScale());
+  y = twipsToUnits(y, mouseScale());
   switch (action) {
     case MouseAction::Down:
       m_pressed = button == kLeftButton;

@@ -99,8 +99,9 @@ class Form {
          Single height, Args&&... args) {
     auto control = std::make_unique<T>(*this, name, container, std::forward<Args>(args)...);
     T* raw = control.get();
-    float f = unitsPerTwip(container ? container->childScale() : ScaleUnit::Twips);
-    raw->setGeometryTwips(left / f, top / f, width / f, height / f);
+    ScaleUnit unit = container ? container->childScale() : ScaleUnit::Twips;
+    raw->setGeometryTwips(unitsToTwips(left, unit), unitsToTwips(top, unit),
+                          unitsToTwips(width, unit), unitsToTwips(height, unit));
     adopt(std::move(control));
     return raw;
   }

@@ -22,8 +22,13 @@ inline int twipsToPixels(double twips) {
 // X and Y of its mouse events.
 enum class ScaleUnit : int { Twips = 1, Pixels = 3 };
 
-inline float unitsPerTwip(ScaleUnit unit) {
-  return unit == ScaleUnit::Pixels ? 1.0f / kTwipsPerPixel : 1.0f;
+// Conversions between twips and a scale, by division and multiplication so that whole pixels
+// stay whole.
+inline float twipsToUnits(float twips, ScaleUnit unit) {
+  return unit == ScaleUnit::Pixels ? twips / kTwipsPerPixel : twips;
+}
+inline float unitsToTwips(float value, ScaleUnit unit) {
+  return unit == ScaleUnit::Pixels ? value * kTwipsPerPixel : value;
 }
 
 // MousePointer values that the program uses.

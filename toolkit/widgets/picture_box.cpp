@@ -15,11 +15,11 @@ PictureBox::PictureBox(Form& form, std::string name, Control* container)
 }
 
 Single PictureBox::scaleWidthValue() const {
-  return static_cast<Single>(widget()->width()) / pixelsPerUnit();
+  return pixelsToUnits(static_cast<float>(widget()->width()));
 }
 
 Single PictureBox::scaleHeightValue() const {
-  return static_cast<Single>(widget()->height()) / pixelsPerUnit();
+  return pixelsToUnits(static_cast<float>(widget()->height()));
 }
 
 void PictureBox::setPictureValue(::toolkit::Picture picture) {
@@ -97,9 +97,10 @@ void PictureBox::PaintPicture(const ::toolkit::Picture& picture, Single x1, Sing
                               Single width1, Single height1, Single x2, Single y2, Single width2,
                               Single height2) {
   if (picture.empty()) return;
-  float f = pixelsPerUnit();
-  QRectF target(x1 * f, y1 * f, width1 * f, height1 * f);
-  QRectF source(x2 * f, y2 * f, width2 * f, height2 * f);
+  QRectF target(unitsToPixels(x1), unitsToPixels(y1), unitsToPixels(width1),
+                unitsToPixels(height1));
+  QRectF source(unitsToPixels(x2), unitsToPixels(y2), unitsToPixels(width2),
+                unitsToPixels(height2));
   {
     QPainter painter(&drawingSurface());
     painter.drawImage(target, picture.image(), source);
@@ -108,11 +109,10 @@ void PictureBox::PaintPicture(const ::toolkit::Picture& picture, Single x1, Sing
 }
 
 void PictureBox::Line(Single x1, Single y1, Single x2, Single y2, Color color, LineKind kind) {
-  float f = pixelsPerUnit();
-  int ax = static_cast<int>(roundHalfEven(x1 * f));
-  int ay = static_cast<int>(roundHalfEven(y1 * f));
-  int bx = static_cast<int>(roundHalfEven(x2 * f));
-  int by = static_cast<int>(roundHalfEven(y2 * f));
+  int ax = static_cast<int>(roundHalfEven(unitsToPixels(x1)));
+  int ay = static_cast<int>(roundHalfEven(unitsToPixels(y1)));
+  int bx = static_cast<int>(roundHalfEven(unitsToPixels(x2)));
+  int by = static_cast<int>(roundHalfEven(unitsToPixels(y2)));
   QColor qcolor = toQColor(color);
   int width = std::max<int>(1, m_drawWidth.value());
   {

@@ -86,7 +86,12 @@ class PictureBox : public Control {
  private:
   QImage& drawingSurface();
   void resetPersistent();
-  float pixelsPerUnit() const { return m_scale == ScaleUnit::Twips ? 1.0f / kTwipsPerPixel : 1.0f; }
+  float unitsToPixels(float v) const {
+    return twipsToUnits(unitsToTwips(v, m_scale), ScaleUnit::Pixels);
+  }
+  float pixelsToUnits(float px) const {
+    return twipsToUnits(unitsToTwips(px, ScaleUnit::Pixels), m_scale);
+  }
 
   ScaleUnit m_scale = ScaleUnit::Twips;
   ::toolkit::Picture m_picture;
