@@ -1,7 +1,9 @@
 #include "toolkit/widgets/testing.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QMouseEvent>
+#include <algorithm>
 #include <cstdlib>
 
 #include "toolkit/widgets/control.h"
@@ -14,7 +16,9 @@ void ensureApplication() {
   static int argc = 1;
   static char name[] = "harrowglen-test";
   static char* argv[] = {name, nullptr};
-  static QApplication app(argc, argv);
+  // Never destroyed: Qt's own globals go first at exit, and a QApplication torn down after them
+  // crashes.
+  new QApplication(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
 }
 
@@ -49,9 +53,11 @@ void release(Control& control, QPointF pixel, Qt::MouseButton button) {
 void click(Control& control) {
   QWidget* w = control.widget();
   if (!w) return;
-  QPointF centre(w->width() / 2.0, w->height() / 2.0);
-  press(control, centre);
-  release(control, centre);
+  QPointF point(w->width() / 2.0, w->height() / 2.0);
+  // Qt's buttons take clicks only on their indicator and caption.
+  if (qobject_cast<QAbstractButton*>(w)) point.setX(std::min(8.0, point.x()));
+  press(control, point);
+  release(control, point);
 }
 
 }  // namespace toolkit::testing
