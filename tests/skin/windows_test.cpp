@@ -1,0 +1,172 @@
+#include "skin/windows.h"
+
+#include <gtest/gtest.h>
+
+#include <QPainter>
+
+#include "review/session.h"
+#include "skin/art/skin_art.h"
+#include "tests/support/temp_dir.h"
+#include "toolkit/widgets/testing.h"
+
+namespace {
+
+using skin::SkinPicture;
+
+class WindowsTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { toolkit::testing::ensureApplication(); }
+
+  skin::Form1& start() {
+    m_windows.Form1.Show();
+    return m_windows.Form1;
+  }
+
+  QImage screenshot() {
+    return m_windows.Form1.window()->grab().toImage().convertToFormat(QImage::Format_RGB32);
+  }
+
+  // What an image control of this geometry (twips) shows of `picture`, stretched or not.
+  static QImage expected(SkinPicture picture, const QRect& rect, bool stretch = true) {
+    QImage out(rect.size(), QImage::Format_RGB32);
+    out.fill(Qt::black);
+    QPainter painter(&out);
+    QImage art = skin::paintSkinPicture(picture);
+    if (stretch) {
+      painter.drawImage(QRect(QPoint(0, 0), rect.size()), art);
+    } else {
+      painter.drawImage(0, 0, art);
+    }
+    return out;
+  }
+
+  static QRect pixels(int left, int top, int width, int height) {
+    return QRect(toolkit::twipsToPixels(left), toolkit::twipsToPixels(top),
+                 toolkit::twipsToPixels(width), toolkit::twipsToPixels(height));
+  }
+
+  testing_support::TempDir m_dir;
+  toolkit::testing::TestHost m_host{m_dir.path()};
+  review::Session m_session{m_host.platform};
+  skin::Windows m_windows{m_host.host, m_session};
+};
+
+TEST_F(WindowsTest, MainWindowHasItsFixedFrame) {
+  skin::Form1& form = start();
+  QWidget* w = form.window();
+  EXPECT_EQ(w->windowTitle(), "Harrowglen 1.0");
+  EXPECT_EQ(w->size(), QSize(834, 560));
+  EXPECT_EQ(w->minimumSize(), w->maximumSize()) << "the user cannot drag its size";
+  EXPECT_TRUE(w->windowFlags() & Qt::WindowMinimizeButtonHint);
+  EXPECT_FALSE(w->windowFlags() & Qt::WindowMaximizeButtonHint);
+  EXPECT_FALSE(w->windowIcon().isNull());
+}
+
+TEST_F(WindowsTest, EachButtonShowsItsPictureWhereTheLayoutPutsIt) {
+  struct Button {
+    SkinPicture picture;
+    int left, top, width, height;
+  };
+  const Button buttons[] = {
+      {SkinPicture::ImgFile, 495, 7215, 555, 795},
+      {SkinPicture::ImgSetting, 1410, 7215, 555, 780},
+      {SkinPicture::ImgSave, 2415, 7215, 555, 765},
+      {SkinPicture::ImgBegin, 3450, 7215, 450, 765},
+      {SkinPicture::ImgEnd, 4095, 7215, 450, 765},
+      {SkinPicture::ImgLeftStep, 5040, 7215, 450, 765},
+      {SkinPicture::ImgRightStep, 5715, 7215, 450, 765},
+      {SkinPicture::ImgLeftPlay, 6840, 7230, 360, 765},
+      {SkinPicture::ImgPausePlay, 7380, 7215, 555, 765},
+      {SkinPicture::ImgRightPlay, 8160, 7230, 360, 765},
+      {SkinPicture::ImgLeftSearch, 9240, 7215, 450, 765},
+      {SkinPicture::ImgRightSearch, 9885, 7215, 435, 765},
+      {SkinPicture::ImgZoomOut, 10980, 7215, 450, 765},
+      {SkinPicture::ImgZoomIn, 11565, 7215, 450, 765},
+      {SkinPicture::ImgCfile, 555, 8115, 390, 135},
+      {SkinPicture::ImgCzoom, 11250, 8115, 510, 165},
+  };
+  start();
+  QImage shot = screenshot();
+  for (const Button& b : buttons) {
+    QRect rect = pixels(b.left, b.top, b.width, b.height);
+    EXPECT_EQ(shot.copy(rect), expected(b.picture, rect)) << static_cast<int>(b.picture);
+  }
+}
+
+TEST_F(WindowsTest, TheCaptionStripCoversTheSpeedMarksAtStart) {
+  start();
+  QImage shot = screenshot();
+  QRect cplay = pixels(6735, 8115, 1980, 165);
+  EXPECT_EQ(shot.copy(cplay), expected(SkinPicture::ImgCplay, cplay));
+  // At img1X's place the strip's own pixels show, not the mark's.
+  QRect mark = pixels(8250, 8115, 210, 135);
+  EXPECT_EQ(shot.copy(mark),
+            expected(SkinPicture::ImgCplay, cplay).copy(mark.translated(-cplay.topLeft())));
+  EXPECT_NE(shot.copy(mark), expected(SkinPicture::Img1X, mark));
+}
+
+TEST_F(WindowsTest, WithTheStripHiddenTheVisibleSpeedMarkShows) {
+  skin::Form1& form = start();
+  form.imgCplay->Visible = false;
+  for (toolkit::ImageControl* i : {form.img1X, form.img3X, form.img4X, form.img5X, form.img1XN,
+                                   form.img2XN, form.img3XN, form.img4XN, form.img5XN}) {
+    i->Visible = false;
+  }
+  QImage shot = screenshot();
+  QRect mark = pixels(8250, 8115, 225, 135);
+  EXPECT_EQ(shot.copy(mark), expected(SkinPicture::Img2X, mark));
+}
+
+TEST_F(WindowsTest, TheViewIsHiddenAndBlackAtStart) {
+  skin::Form1& form = start();
+  EXPECT_FALSE(form.picShowAVI->widget()->isVisible());
+  QImage shot = screenshot();
+  QRect view = pixels(2520, 1080, 8970, 5415);
+  for (int y = view.top(); y <= view.bottom(); y += 37) {
+    for (int x = view.left(); x <= view.right(); x += 41) {
+      ASSERT_EQ(shot.pixel(x, y), qRgb(0, 0, 0)) << x << "," << y;
+    }
+  }
+}
+
+TEST_F(WindowsTest, TheSliderLiesOnTheTrackAtTheLeftOfTheBar) {
+  start();
+  QImage shot = screenshot();
+  QRect block = pixels(2500, 6600, 750, 225);
+  EXPECT_EQ(shot.copy(block), expected(SkinPicture::PicBlock, block, false));
+  QRect trackPast = pixels(2500 + 750, 6600, 9000 - 750, 225);
+  QRect track = pixels(2500, 6600, 9000, 225);
+  EXPECT_EQ(shot.copy(trackPast),
+            expected(SkinPicture::ImgBar, track).copy(trackPast.translated(-track.topLeft())));
+}
+
+TEST_F(WindowsTest, TheDialogsHaveTheirStoredControls) {
+  m_windows.frmExportVideo.Show();
+  skin::frmExportVideo& save = m_windows.frmExportVideo;
+  EXPECT_EQ(save.window()->windowTitle(), "Save File");
+  EXPECT_EQ(save.window()->size(), QSize(549, 590));
+  EXPECT_FALSE(save.fraHGV->Enabled);
+  EXPECT_TRUE(save.fraWMV->Enabled);
+  EXPECT_EQ(save.cmdChageSaveAddr->button()->text(), "&Change...");
+  EXPECT_EQ(save.lblHGV->Caption(), "Harrowglen Camera Video Clip(*.HGV)");
+  EXPECT_EQ(save.optSave50HGV->widget()->parentWidget(), save.fraHGV->widget());
+
+  m_windows.frmSetting.Show();
+  skin::frmSetting& settings = m_windows.frmSetting;
+  EXPECT_EQ(settings.window()->windowTitle(), "Settings");
+  EXPECT_EQ(settings.window()->size(), QSize(492, 555));
+  EXPECT_EQ(settings.cmdSearchArea->button()->text(), "&Set Motion Search Area");
+  EXPECT_EQ(settings.cmdSearchArea->BackColor(), toolkit::RGB(255, 128, 0));
+
+  m_windows.frmWait.Show();
+  skin::frmWait& wait = m_windows.frmWait;
+  EXPECT_TRUE(wait.window()->windowFlags() & Qt::FramelessWindowHint);
+  EXPECT_EQ(wait.window()->size(), QSize(261, 86));
+  EXPECT_EQ(wait.lblWait->Caption(), "Converting ...Please wait!");
+  EXPECT_EQ(wait.lblWait->ForeColor(), toolkit::RGB(255, 255, 255));
+  EXPECT_FALSE(wait.tmrWMV->running());
+  QImage shot = wait.window()->grab().toImage();
+  EXPECT_EQ(shot.pixel(5, 5), qRgb(0, 128, 128));
+}
+
+}  // namespace
