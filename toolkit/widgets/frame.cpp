@@ -7,9 +7,7 @@ namespace toolkit {
 
 Frame::Frame(Form& form, std::string name, Control* container)
     : Control(form, std::move(name), container) {
-  auto* w = new CanvasWidget(this, parentWidget());
-  w->setAutoFillBackground(true);
-  attach(w);
+  attach(new CanvasWidget(this, parentWidget()));
 }
 
 void Frame::setCaptionValue(std::string caption) {
@@ -32,7 +30,8 @@ void Frame::setFont(const FontSpec& font) {
   widget()->update();
 }
 
-void Frame::paint(QPainter& painter, const QRect&) {
+void Frame::paint(QPainter& painter, const QRect& rect) {
+  painter.fillRect(rect, toQColor(kSysButtonFace));
   QRect r(QPoint(0, 0), widget()->size());
   QFontMetrics metrics(widget()->font());
   QString text = QString::fromStdString(m_caption);
@@ -47,7 +46,7 @@ void Frame::paint(QPainter& painter, const QRect&) {
   }
   if (!text.isEmpty()) {
     QRect textRect(8, 0, metrics.horizontalAdvance(text) + 4, metrics.height());
-    painter.fillRect(textRect, widget()->palette().window());
+    painter.fillRect(textRect, toQColor(kSysButtonFace));
     painter.setFont(widget()->font());
     painter.setPen(widget()->isEnabled() ? toQColor(m_foreColor) : QColor(128, 128, 128));
     painter.drawText(textRect.adjusted(2, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter, text);

@@ -93,9 +93,20 @@ void Label::paint(QPainter& painter, const QRect& rect) {
   QColor fore = toQColor(m_foreColor);
   if (!widget()->isEnabled()) fore = QColor(128, 128, 128);
   painter.setPen(fore);
-  painter.setFont(widget()->font());
-  int flags = Qt::AlignLeft | Qt::AlignTop | (m_autoSize ? 0 : Qt::TextWordWrap);
-  painter.drawText(QRect(QPoint(0, 0), widget()->size()), flags, QString::fromStdString(m_caption));
+  QFont font = widget()->font();
+  QString text = QString::fromStdString(m_caption);
+  QRect area(QPoint(0, 0), widget()->size());
+  QFontMetrics metrics(font);
+  int flags = Qt::AlignLeft | Qt::AlignTop;
+  if (!m_autoSize && area.height() >= 2 * metrics.height()) {
+    flags |= Qt::TextWordWrap;
+  } else if (int needed = metrics.horizontalAdvance(text); needed > area.width() && needed > 0) {
+    // A one-line label whose text runs a little past its width (font metrics differ from the
+    // original's) is narrowed to fit rather than cut.
+    font.setStretch(std::max(50, 100 * area.width() / needed));
+  }
+  painter.setFont(font);
+  painter.drawText(area, flags, text);
 }
 
 Shape::Shape(Form& form, std::string name, Control* container)
