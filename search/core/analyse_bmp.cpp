@@ -35,6 +35,13 @@ Integer sixteenBit(Long v) {
   return static_cast<std::int16_t>(std::clamp<std::int32_t>(v.value(), 0, INT16_MAX));
 }
 
+// The task on the side thread refers to the caller's locals, so no way out of the caller may
+// skip the wait.
+struct WaitAtExit {
+  SideThread& side;
+  ~WaitAtExit() { side.wait(); }
+};
+
 void warn(toolkit::MessageSink& sink, const char* text) {
   sink.show(toolkit::MessageBoxRequest::critical(text, "Warning"));
 }
@@ -92,56 +99,80 @@ Long AnalyseBMP::AnalyseFrame(const std::string& JpgPath, Integer CellSize,
   m_sweepThreshold.reset();
   if (CellSize.value() == 0) throw RuntimeError::of(ErrorNumber::DivisionByZero);
   if (CellSize.value() < 0) throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
+  const std::int32_t cellSize = CellSize.value();
 
   const std::string bmpPath = toolkit::folderWithSeparator(JpgPath) + "1.bmp";
-  std::span<const std::uint8_t> file;
   if (m_converter) {
     m_converter(JpgPath, bmpPath, sixteenBit(inputs.ClipWidth), sixteenBit(inputs.ClipHeight));
-    file = readBitmap(bmpPath);
+  } else if (m_jpgToBmp->decode(JpgPath)) {
+    // The decoded bitmap is what the file will hold, so it is reduced from memory while the
+    // side thread writes the file; only a bitmap that reached the disk is stored.
+    const auto file = m_jpgToBmp->bitmap();
+    if (const auto shape = checkBitmap(file)) {
+      bool written = false;
+      {
+        m_side.start([&] { written = m_jpgToBmp->write(bmpPath); });
+        const WaitAtExit waitForTheWrite{m_side};
+        reduce(file, *shape, cellSize);
+      }
+      if (written) {
+        commit(*shape, cellSize, inputs);
+        return ChangedCellCount;
+      }
+    }
   } else {
-    // The converter keeps the bytes it has just written; reading them back would give the same.
-    m_jpgToBmp->convert(JpgPath, bmpPath, sixteenBit(inputs.ClipWidth),
-                        sixteenBit(inputs.ClipHeight));
-    file = m_jpgToBmp->bitmap();
-    if (file.empty()) file = readBitmap(bmpPath);
+    m_jpgToBmp->discardTarget(bmpPath);
   }
 
+  const auto file = readBitmap(bmpPath);
+  const auto shape = checkBitmap(file);
+  if (!shape) return 0;
+  reduce(file, *shape, cellSize);
+  commit(*shape, cellSize, inputs);
+  return ChangedCellCount;
+}
+
+std::optional<AnalyseBMP::Shape> AnalyseBMP::checkBitmap(std::span<const std::uint8_t> file) {
   std::array<std::uint8_t, kHeaderBytes> header{};
   if (!file.empty()) std::memcpy(header.data(), file.data(), std::min(file.size(), kHeaderBytes));
   if (header[0] != 'B' || header[1] != 'M') {
     warn(m_platform.messages, "It is not BMP file. ");
-    return 0;
+    return std::nullopt;
   }
   if ((header[28] | header[29] << 8) != 24) {
     warn(m_platform.messages, "The BMP file is not 24 bit! ");
-    return 0;
+    return std::nullopt;
   }
-  if (le32(&header[46]) != 0) return 0;
+  if (le32(&header[46]) != 0) return std::nullopt;
 
   const auto width = static_cast<std::int32_t>(le32(&header[18]));
   const auto height = static_cast<std::int32_t>(le32(&header[22]));
-  if (width <= 0 || height <= 0) return 0;
-  const std::int64_t pixels = std::int64_t{width} * height;
-  if (pixels > toolkit::kMaxPicturePixels) return 0;
+  if (width <= 0 || height <= 0) return std::nullopt;
+  if (std::int64_t{width} * height > toolkit::kMaxPicturePixels) return std::nullopt;
   const std::int64_t rowBytes = (std::int64_t{width} * 3 + 3) & ~std::int64_t{3};
   if (file.size() < kHeaderBytes ||
       static_cast<std::int64_t>(file.size() - kHeaderBytes) / rowBytes < height) {
-    return 0;
+    return std::nullopt;
   }
+  return Shape{width, height, static_cast<std::size_t>(rowBytes)};
+}
 
-  const std::int32_t cellSize = CellSize.value();
-  PixelCount = static_cast<std::int32_t>(pixels);
-  CellColumns = width / cellSize;
-  CellRows = height / cellSize;
+void AnalyseBMP::reduce(std::span<const std::uint8_t> file, const Shape& shape,
+                        std::int32_t cellSize) {
+  m_nextLuma.resize(static_cast<std::size_t>(shape.width) * static_cast<std::size_t>(shape.height));
+  m_cellSums.resize(static_cast<std::size_t>(shape.width / cellSize) *
+                    static_cast<std::size_t>(shape.height / cellSize));
+  const BgrRows rows{file.data() + kHeaderBytes, shape.rowBytes, shape.width, shape.height};
+  lumaAndCellSums(rows, cellSize, m_nextLuma.data(), m_cellSums.data());
+}
+
+void AnalyseBMP::commit(const Shape& shape, std::int32_t cellSize, const FrameInputs& inputs) {
+  PixelCount = shape.width * shape.height;
+  LumaPixels.swap(m_nextLuma);
+  CellColumns = shape.width / cellSize;
+  CellRows = shape.height / cellSize;
   CellOrigins.assign(CellRows.value(), CellColumns.value(), cellSize);
-  LumaPixels.resize(static_cast<std::size_t>(pixels));
-  const std::int64_t cellCount = std::int64_t{CellRows.value()} * CellColumns.value();
-  m_cellSums.resize(static_cast<std::size_t>(cellCount));
-
-  const BgrRows rows{file.data() + kHeaderBytes, static_cast<std::size_t>(rowBytes), width, height};
-  lumaAndCellSums(rows, cellSize, LumaPixels.data(), m_cellSums.data());
-  StoreCellMeans(cellCount, m_cellSums, inputs);
-  return ChangedCellCount;
+  StoreCellMeans(static_cast<std::int64_t>(m_cellSums.size()), m_cellSums, inputs);
 }
 
 void AnalyseBMP::StoreCellMeans(std::int64_t CellCount, std::span<const Single> CellSums,

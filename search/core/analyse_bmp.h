@@ -30,6 +30,7 @@
 #include <string>
 #include <vector>
 
+#include "search/core/side_thread.h"
 #include "toolkit/core/platform.h"
 #include "toolkit/core/vb_types.h"
 
@@ -87,7 +88,8 @@ class AnalyseBMP {
                                        Integer width, Integer height)>;
 
   // `platform` must outlive the module; its files and message boxes are the module's only
-  // contact with the outside.
+  // contact with the outside. The scratch bitmap is written on a second thread while the
+  // frame is reduced, so `platform.files` must allow calls from another thread.
   explicit AnalyseBMP(toolkit::Platform& platform);
   ~AnalyseBMP();
   AnalyseBMP(const AnalyseBMP&) = delete;
@@ -147,12 +149,26 @@ class AnalyseBMP {
   std::vector<Single> LumaPixels;  // PixelCount values, bottom row first
 
  private:
+  struct Shape {
+    std::int32_t width;
+    std::int32_t height;
+    std::size_t rowBytes;
+  };
+
   std::span<const std::uint8_t> readBitmap(const std::string& path);
+  // The header checks, with their boxes; nullopt for a bitmap that is not analysed.
+  std::optional<Shape> checkBitmap(std::span<const std::uint8_t> file);
+  // Brightness and cell sums into the module's scratch buffers; no variable changes yet.
+  void reduce(std::span<const std::uint8_t> file, const Shape& shape, std::int32_t cellSize);
+  // Makes the reduced frame the last picture and stores its means.
+  void commit(const Shape& shape, std::int32_t cellSize, const FrameInputs& inputs);
 
   toolkit::Platform& m_platform;
   std::unique_ptr<toolkit::JpgToBmpConverter> m_jpgToBmp;
   Converter m_converter;
+  SideThread m_side;
   std::vector<std::uint8_t> m_fileBytes;
+  std::vector<Single> m_nextLuma;
   std::vector<Single> m_cellSums;
   std::optional<int> m_sweepThreshold;
 };

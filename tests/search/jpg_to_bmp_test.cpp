@@ -175,7 +175,7 @@ TEST_F(JpgToBmpTest, FailuresLeaveNoBitmapBehind) {
     fs.failRemove = c.failRemove;
     JpgToBmpConverter converter(fs);
     EXPECT_FALSE(converter.convert(source, target, 16, 16));
-    EXPECT_TRUE(converter.bitmap().empty());
+    EXPECT_EQ(converter.bitmap().empty(), !c.failWrites);  // decoded all the same
     fs.failWrites = fs.failRemove = false;
     EXPECT_EQ(fs.exists(target), c.targetRemains);
     EXPECT_TRUE(readBytes(target).empty());
@@ -204,6 +204,26 @@ TEST_F(ComparisonOfJpegsTest, UndecodableFrameGivesItIsNotBmpOncePerFrame) {
   EXPECT_EQ(sink.boxes(), (std::vector<MessageBoxRequest>{box, box}));
   EXPECT_EQ(module.CellMeansA, means);
   EXPECT_TRUE(module.CellMeansB.empty());
+}
+
+TEST_F(ComparisonOfJpegsTest, FrameWhoseBitmapCannotBeWrittenIsNotStored) {
+  search::AnalyseBMP module(platform);
+  writeBytes(source, encodeJpeg(gradient(64, 80)));
+  module.StoreInA = kTrue;
+  module.AnalyseFrame(source, 16, {});
+  const auto means = module.CellMeansA;
+  const auto luma = module.LumaPixels;
+
+  writeBytes(source, encodeJpeg(gradient(80, 64)));
+  fs.failWrites = true;
+  EXPECT_EQ(module.AnalyseFrame(source, 16, {}), 0);
+  fs.failWrites = false;
+  EXPECT_EQ(sink.boxes(), (std::vector<MessageBoxRequest>{
+                              MessageBoxRequest::critical("It is not BMP file. ", "Warning")}));
+  EXPECT_EQ(module.CellMeansA, means);
+  EXPECT_EQ(module.LumaPixels, luma);
+  EXPECT_EQ(module.PixelCount, 64 * 80);
+  EXPECT_FALSE(fs.exists(target));
 }
 
 TEST_F(ComparisonOfJpegsTest, KeptBitmapGivesWhatReadingTheFileGives) {

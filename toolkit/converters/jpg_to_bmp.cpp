@@ -43,27 +43,40 @@ JpgToBmpConverter::~JpgToBmpConverter() {
 }
 
 std::span<const std::uint8_t> JpgToBmpConverter::bitmap() const {
-  if (!m_valid) return {};
+  if (!m_decoded) return {};
   return m_bmp;
 }
 
 bool JpgToBmpConverter::convert(const std::string& source, const std::string& target,
                                 Integer /*width*/, Integer /*height*/) {
-  m_valid = false;
+  if (decode(source)) return write(target);
+  discardTarget(target);
+  return false;
+}
+
+bool JpgToBmpConverter::decode(const std::string& source) {
+  m_decoded = false;
   try {
     auto in = m_fs.openRead(source);
     m_jpeg.resize(static_cast<std::size_t>(in->length()));
     m_jpeg.resize(in->readAt(0, m_jpeg));
     in.reset();
-    if (decodeInto(m_jpeg)) {
+    m_decoded = decodeInto(m_jpeg);
+  } catch (const RuntimeError&) {
+  } catch (const std::bad_alloc&) {
+  }
+  return m_decoded;
+}
+
+bool JpgToBmpConverter::write(const std::string& target) {
+  if (m_decoded) {
+    try {
       auto out = m_fs.openWrite(target);
       out->writeAt(0, m_bmp);
       out->truncate(static_cast<std::int64_t>(m_bmp.size()));
-      m_valid = true;
       return true;
+    } catch (const RuntimeError&) {
     }
-  } catch (const RuntimeError&) {
-  } catch (const std::bad_alloc&) {
   }
   discardTarget(target);
   return false;

@@ -37,19 +37,27 @@ class JpgToBmpConverter {
   // has the picture's own size.
   bool convert(const std::string& source, const std::string& target, Integer width, Integer height);
 
-  // The bytes the last successful convert() left at its target; empty after a failure. Valid
-  // until the next call. Lets a caller that reads the target right away skip reading it back.
+  // The two halves of convert(), for a caller that reads the bitmap while it is being written.
+  // decode() reads and decodes `source` into bitmap() and writes nothing; write() puts bitmap()
+  // at `target` and, failing that, leaves no bitmap there. While write() runs, bitmap() may be
+  // read from another thread.
+  bool decode(const std::string& source);
+  bool write(const std::string& target);
+  // What a failed conversion leaves: no file at `target`, or an empty one.
+  void discardTarget(const std::string& target);
+
+  // The bitmap file of the last decode(), header included; empty if it failed. Valid until the
+  // next call of decode() or convert().
   std::span<const std::uint8_t> bitmap() const;
 
  private:
   bool decodeInto(std::span<const std::uint8_t> jpeg);
-  void discardTarget(const std::string& target);
 
   FileSystem& m_fs;
   void* m_tj = nullptr;
   std::vector<std::uint8_t> m_jpeg;
   std::vector<std::uint8_t> m_bmp;
-  bool m_valid = false;
+  bool m_decoded = false;
 };
 
 // The library's one function: one conversion with a converter of its own. The result tells
