@@ -1,0 +1,194 @@
+// What one step of a motion search costs next to plain decoding of the same pictures. A search
+// step extracts the frame to "Temp.jpg", converts it to "1.bmp", reads the bitmap, computes the
+// brightness and the cell means and compares them with the frame before; its floor is the JPEG
+// decoding inside the conversion. Both are timed in the same run, in alternating rounds, and the
+// best round of each counts, since the machine is shared.
+//
+// The last two lines are "search_vs_decode WxH RATIO", the search's frames per second divided by
+// those of decoding alone.
+
+#include <turbojpeg.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "clip/separate_mjpg.h"
+#include "search/core/analyse_bmp.h"
+#include "search/core/cell_sums.h"
+#include "toolkit/converters/jpg_to_bmp.h"
+#include "toolkit/core/file_system.h"
+#include "toolkit/core/image.h"
+#include "toolkit/core/message_box.h"
+#include "toolkit/writers/clip_writer.h"
+#include "toolkit/writers/synthetic_scene.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using toolkit::kFalse;
+using toolkit::kTrue;
+
+constexpr int kFrames = 48;
+constexpr int kRounds = 7;
+
+double secondsSince(Clock::time_point start) {
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+struct Figures {
+  double decodeFps = 0;
+  double searchFps = 0;
+};
+
+class Bench {
+ public:
+  Bench(int width, int height, const std::filesystem::path& folder)
+      : m_width(width),
+        m_height(height),
+        m_folder(folder.string()),
+        m_platform{m_fs, m_sink, m_folder} {
+    // The animal is in the picture for most of the frames, so the comparison has work to do.
+    const toolkit::SyntheticScene scene({width, height, 11, 6, kFrames - 4, 2});
+    for (int i = 0; i < kFrames; ++i) m_jpegs.push_back(toolkit::encodeJpeg(scene.frame(i)));
+    m_clipPath = m_folder + "/bench.hgv";
+    toolkit::writeClip(m_fs, m_clipPath, width, height, m_jpegs);
+    m_tj = tjInitDecompress();
+    m_rgb.resize(static_cast<std::size_t>(width) * height * 3);
+  }
+  ~Bench() { tjDestroy(m_tj); }
+
+  double decodePass() {
+    const auto start = Clock::now();
+    for (auto& jpeg : m_jpegs) {
+      tjDecompress2(m_tj, jpeg.data(), jpeg.size(), m_rgb.data(), m_width, 0, m_height, TJPF_RGB,
+                    0);
+    }
+    return kFrames / secondsSince(start);
+  }
+
+  // A search from frame 0 to the end, as the drivers call the two modules: the priming pass,
+  // then each step into the buffer that holds the older frame.
+  double searchPass(clip::SeparateMJPG& clip, search::AnalyseBMP& analyse) {
+    const search::FrameInputs rest{m_width, m_height, kTrue, kTrue};
+    bool phaseA = true, phaseB = false;
+    m_changedFrames = 0;
+    const auto start = Clock::now();
+    analyse.StoreInA = kTrue;
+    analyse.StoreInB = kFalse;
+    analyse.AnalyseFrame(clip.ExtractCurrentJpg(m_clipPath, 0), 16, rest);
+    for (int k = 1; k < kFrames; ++k) {
+      const bool intoA = !phaseA;
+      analyse.StoreInA = toolkit::toBoolean(intoA);
+      analyse.StoreInB = toolkit::toBoolean(!intoA);
+      phaseA = !phaseA;
+      phaseB = !phaseB;
+      const std::string jpg = clip.ExtractCurrentJpg(m_clipPath, k);
+      if (analyse.AnalyseFrame(
+              jpg, 16,
+              {m_width, m_height, toolkit::toBoolean(phaseA), toolkit::toBoolean(phaseB)}) > 0) {
+        ++m_changedFrames;
+      }
+    }
+    return kFrames / secondsSince(start);
+  }
+
+  Figures run() {
+    clip::SeparateMJPG clip(m_platform);
+    clip.InitialAviInfo(m_clipPath);
+    clip.SaveAviChunk(m_clipPath);
+    search::AnalyseBMP analyse(m_platform);
+    Figures best;
+    for (int round = 0; round < kRounds; ++round) {
+      best.decodeFps = std::max(best.decodeFps, decodePass());
+      best.searchFps = std::max(best.searchFps, searchPass(clip, analyse));
+    }
+    if (!m_sink.boxes().empty())
+      std::printf("  unexpected box: %s\n", m_sink.boxes()[0].text.c_str());
+    return best;
+  }
+
+  // Where a step's time goes: each part alone, best of a few passes, in milliseconds a frame.
+  // In a search the write of 1.bmp runs on the second core beside the brightness and cell sums
+  // when one is free, and reading 1.bmp back is not needed at all.
+  void sections() {
+    clip::SeparateMJPG clip(m_platform);
+    clip.InitialAviInfo(m_clipPath);
+    clip.SaveAviChunk(m_clipPath);
+    toolkit::JpgToBmpConverter converter(m_fs);
+    const std::string jpg = m_folder + "/Temp.jpg", bmp = m_folder + "/1.bmp";
+    std::vector<float> luma(static_cast<std::size_t>(m_width) * m_height);
+    std::vector<float> sums(static_cast<std::size_t>(m_width / 16) * (m_height / 16));
+    double extract = 1e9, decode = 1e9, write = 1e9, reread = 1e9, cells = 1e9, cellsScalar = 1e9;
+    const auto time = [](double& best, const auto& f) {
+      const auto t = Clock::now();
+      for (int k = 0; k < kFrames; ++k) f();
+      best = std::min(best, secondsSince(t));
+    };
+    for (int pass = 0; pass < 3; ++pass) {
+      time(extract, [&] { clip.ExtractCurrentJpg(m_clipPath, kFrames / 2); });
+      time(decode, [&] { converter.decode(jpg); });
+      time(write, [&] { converter.write(bmp); });
+      time(reread, [&] { toolkit::readWholeFile(m_fs, bmp); });
+      const auto bitmap = converter.bitmap();
+      const search::BgrRows rows{bitmap.data() + 54,
+                                 static_cast<std::size_t>(toolkit::bmpRowBytes(m_width)), m_width,
+                                 m_height};
+      time(cells, [&] { search::lumaAndCellSums(rows, 16, luma.data(), sums.data()); });
+      time(cellsScalar, [&] {
+        search::lumaAndCellSums(rows, 16, luma.data(), sums.data(), search::CellSumPath::kScalar);
+      });
+    }
+    const auto ms = [](double total) { return total / kFrames * 1e3; };
+    std::printf("  extract to Temp.jpg          %7.3f ms\n", ms(extract));
+    std::printf("  decode Temp.jpg              %7.3f ms\n", ms(decode));
+    std::printf("  write 1.bmp                  %7.3f ms\n", ms(write));
+    std::printf("  read 1.bmp back (not needed) %7.3f ms\n", ms(reread));
+    std::printf("  brightness and cell sums     %7.3f ms   (plain loop %.3f ms)\n", ms(cells),
+                ms(cellsScalar));
+  }
+
+  int changedFrames() const { return m_changedFrames; }
+
+ private:
+  int m_width, m_height;
+  std::string m_folder;
+  toolkit::PosixFileSystem m_fs;
+  toolkit::RecordingMessageSink m_sink;
+  toolkit::Platform m_platform;
+  std::string m_clipPath;
+  std::vector<std::vector<std::uint8_t>> m_jpegs;
+  tjhandle m_tj = nullptr;
+  std::vector<std::uint8_t> m_rgb;
+  int m_changedFrames = 0;
+};
+
+}  // namespace
+
+int main() {
+  const auto folder = std::filesystem::temp_directory_path() /
+                      ("hg-search-bench-" + std::to_string(static_cast<long>(::getpid())));
+  std::filesystem::create_directories(folder);
+  std::vector<std::pair<std::string, double>> ratios;
+  for (auto [w, h] : {std::pair{640, 480}, std::pair{1280, 720}}) {
+    const std::string size = std::to_string(w) + "x" + std::to_string(h);
+    Bench bench(w, h, folder);
+    const Figures f = bench.run();
+    std::printf("%s, %d frames, best of %d rounds\n", size.c_str(), kFrames, kRounds);
+    std::printf("  decode only                  %7.1f fps\n", f.decodeFps);
+    std::printf("  search step                  %7.1f fps   (%d of %d steps found changed cells)\n",
+                f.searchFps, bench.changedFrames(), kFrames - 1);
+    bench.sections();
+    ratios.emplace_back(size, f.searchFps / f.decodeFps);
+  }
+  std::error_code ec;
+  std::filesystem::remove_all(folder, ec);
+  for (const auto& [size, ratio] : ratios) {
+    std::printf("search_vs_decode %s %.3f\n", size.c_str(), ratio);
+  }
+  return 0;
+}
