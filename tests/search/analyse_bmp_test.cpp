@@ -382,16 +382,6 @@ TEST_F(AnalyseBmpTest, RefusedBitmapsShowTheirBoxAndLeaveEverythingAsItWas) {
   }
 }
 
-TEST_F(AnalyseBmpTest, WarningBoxesAreCriticalAndTitledWarning) {
-  nextBitmap = Bytes{'X'};
-  module.StoreInB = kTrue;
-  module.AnalyseFrame(jpgPath, 16, {});
-  ASSERT_EQ(sink.boxes().size(), 1u);
-  EXPECT_EQ(sink.boxes()[0].text, "It is not BMP file. ");
-  EXPECT_EQ(sink.boxes()[0].icon, toolkit::MsgIcon::Critical);
-  EXPECT_EQ(sink.boxes()[0].shownTitle(), "Warning");
-}
-
 TEST_F(AnalyseBmpTest, FullHdFrameIsComparedLikeAnyOther) {
   const auto scene = [](bool moved) {
     return makeBitmap({1920, 1080}, [=](int x, int y) -> Bgr {
@@ -436,13 +426,6 @@ TEST_F(AnalyseBmpTest, FramesOfAnotherSizeAreNotComparedWithTheBufferBefore) {
   prime(cellPicture(40, 30, [](int, int) { return 0; }));
   EXPECT_EQ(step(cellPicture(20, 30, [](int, int) { return 255; })), 0);
   EXPECT_EQ(module.sweepThreshold(), std::nullopt);
-}
-
-TEST_F(AnalyseBmpTest, ScratchBitmapLiesBesideTheJpeg) {
-  module.StoreInA = kTrue;
-  module.AnalyseFrame("Temp.jpg", 16, {});
-  module.AnalyseFrame(dir.file("sub/x.jpg"), 16, {});
-  EXPECT_EQ(targets, (std::vector<std::string>{"1.bmp", dir.file("sub/1.bmp")}));
 }
 
 }  // namespace

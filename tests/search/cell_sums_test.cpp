@@ -132,14 +132,5 @@ TEST(CellSumsTest, RowRangesOnCellBoundariesAddUpToTheWhole) {
   }
 }
 
-TEST(CellSumsTest, GreyPixelsHaveTheirOwnValue) {
-  std::vector<std::uint8_t> bytes(256 * 3);
-  for (int v = 0; v < 256; ++v) std::memset(&bytes[static_cast<std::size_t>(v) * 3], v, 3);
-  const BgrRows rows{bytes.data(), bytes.size(), 256, 1};
-  std::vector<float> luma(256);
-  lumaAndCellSums(rows, 16, luma.data(), nullptr);
-  for (int v = 0; v < 256; ++v) ASSERT_EQ(luma[static_cast<std::size_t>(v)], static_cast<float>(v));
-}
-
 }  // namespace
 }  // namespace search

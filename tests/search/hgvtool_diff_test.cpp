@@ -129,14 +129,6 @@ TEST_F(HgvtoolDiffTest, UndecodablePictureReportsTheModulesBox) {
       << r.out;
 }
 
-TEST_F(HgvtoolDiffTest, ReadableSummaryListsTheCells) {
-  const ToolRun r = diff({dir.file("a.jpg"), dir.file("b.jpg")});
-  EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out.rfind("cells:       20 columns x 15 rows\n", 0), 0u) << r.out;
-  EXPECT_NE(r.out.find("threshold:   "), std::string::npos);
-  EXPECT_NE(r.out.find("  column "), std::string::npos);
-}
-
 TEST_F(HgvtoolDiffTest, BadArgumentsAreUsageErrors) {
   for (const app::Args& args :
        {app::Args{}, app::Args{"one"}, app::Args{"a", "b", "c"}, app::Args{"--bogus", "a", "b"},
