@@ -108,17 +108,20 @@ Long AnalyseBMP::AnalyseFrame(const std::string& JpgPath, Integer CellSize,
     // The decoded bitmap is what the file will hold, so it is reduced from memory while the
     // side thread writes the file; only a bitmap that reached the disk is stored.
     const auto file = m_jpgToBmp->bitmap();
-    if (const auto shape = checkBitmap(file)) {
-      bool written = false;
-      {
-        m_side.start([&] { written = m_jpgToBmp->write(bmpPath); });
-        const WaitAtExit waitForTheWrite{m_side};
-        reduce(file, *shape, cellSize);
-      }
-      if (written) {
-        commit(*shape, cellSize, inputs);
-        return ChangedCellCount;
-      }
+    const auto shape = checkBitmap(file);
+    if (!shape) {
+      m_jpgToBmp->write(bmpPath);
+      return 0;
+    }
+    bool written = false;
+    {
+      m_side.start([&] { written = m_jpgToBmp->write(bmpPath); });
+      const WaitAtExit waitForTheWrite{m_side};
+      reduce(file, *shape, cellSize);
+    }
+    if (written) {
+      commit(*shape, cellSize, inputs);
+      return ChangedCellCount;
     }
   } else {
     m_jpgToBmp->discardTarget(bmpPath);
