@@ -66,6 +66,26 @@ TEST(JpegTest, RoundTripKeepsSizeAndRoughColour) {
   EXPECT_NEAR(back->pixels[3 * (10 * 64 + 10)], img.pixels[3 * (10 * 64 + 10)], 6);
 }
 
+// A few hundred bytes whose header claims a picture of 60 megapixels: found by the fuzzer, it
+// made decoding allocate 178 MB.
+TEST(JpegTest, HeaderClaimingFarMorePixelsThanTheFileCanHoldIsRefused) {
+  auto jpeg = encodeJpeg(gradient(16, 16), 50);
+  ASSERT_TRUE(decodeJpeg(jpeg));
+  // The frame header's height and width follow its marker FFC0, length and precision.
+  for (std::size_t i = 0; i + 9 < jpeg.size(); ++i) {
+    if (jpeg[i] == 0xff && jpeg[i + 1] == 0xc0) {
+      jpeg[i + 5] = 0x17;  // height 5,904
+      jpeg[i + 6] = 0x10;
+      jpeg[i + 7] = 0x27;  // width 10,000
+      jpeg[i + 8] = 0x10;
+      break;
+    }
+  }
+  EXPECT_FALSE(decodeJpeg(jpeg));
+  EXPECT_TRUE(plausibleJpegSize(1920, 1080, 8100));
+  EXPECT_FALSE(plausibleJpegSize(1920, 1080, 8000));
+}
+
 TEST(LoadPictureTest, UndecodableFileIsInvalidPictureAndMissingFileIsNotFound) {
   testing_support::TempDir dir;
   PosixFileSystem fs;

@@ -93,9 +93,7 @@ bool JpgToBmpConverter::decodeInto(std::span<const std::uint8_t> jpeg) {
   if (tjDecompressHeader3(m_tj, src, size, &width, &height, &subsamp, &colorspace) != 0) {
     return false;
   }
-  if (width <= 0 || height <= 0 || static_cast<std::int64_t>(width) * height > kMaxPicturePixels) {
-    return false;
-  }
+  if (!plausibleJpegSize(width, height, jpeg.size())) return false;
   const int row = bmpRowBytes(width);
   const std::size_t fileSize =
       kHeaderBytes + static_cast<std::size_t>(row) * static_cast<std::size_t>(height);

@@ -43,9 +43,7 @@ std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes) {
   if (tjDecompressHeader3(tj.get(), src, size, &width, &height, &subsamp, &colorspace) != 0) {
     return std::nullopt;
   }
-  if (width <= 0 || height <= 0 || static_cast<std::int64_t>(width) * height > kMaxPicturePixels) {
-    return std::nullopt;
-  }
+  if (!plausibleJpegSize(width, height, bytes.size())) return std::nullopt;
   RgbImage image{width, height, {}};
   image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
   if (tjDecompress2(tj.get(), src, size, image.pixels.data(), width, 0, height, TJPF_RGB, 0) != 0 &&

@@ -28,6 +28,16 @@ struct RgbImage {
 std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes);
 inline constexpr std::int64_t kMaxPicturePixels = std::int64_t{1} << 27;
 
+// Whether a JPEG of `bytes` bytes can really hold a picture of that size. Even a flat grey
+// baseline JPEG spends a byte on every 170 pixels or so; a header that claims far more pixels
+// than its file can carry is hostile, and decoding it would make a few hundred bytes cost
+// hundreds of megabytes. Camera frames are always well inside this bound.
+inline constexpr std::int64_t kMaxPixelsPerJpegByte = 256;
+constexpr bool plausibleJpegSize(std::int64_t width, std::int64_t height, std::size_t bytes) {
+  return width > 0 && height > 0 && width * height <= kMaxPicturePixels &&
+         width * height <= static_cast<std::int64_t>(bytes) * kMaxPixelsPerJpegByte;
+}
+
 enum class ChromaSubsampling { k444, k420 };
 std::vector<std::uint8_t> encodeJpeg(const RgbImage& image, int quality = 85,
                                      ChromaSubsampling subsampling = ChromaSubsampling::k420);
