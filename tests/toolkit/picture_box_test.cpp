@@ -200,6 +200,30 @@ TEST_F(PictureBoxTest, GrowingTheBoxKeepsWhatWasDrawn) {
   EXPECT_EQ(at(image, 60, 5), qRgb(0, 0, 0)) << "new area in the back colour";
 }
 
+TEST_F(PictureBoxTest, TheZoomSequenceOfResizesLoadAndFullPaintShowsOnlyTheStretchedPicture) {
+  PictureBox& pic = box();
+  pic.Picture = quadrants(10);  // 20 x 20 pixels
+  pic.ScaleMode = ScaleUnit::Pixels;
+  pic.Line(0, 0, 19, 19, RGB(0, 0, 0), LineKind::FilledBox);
+  pic.Cls();
+  pic.Height = 300;
+  pic.Width = 300;
+  pic.Picture = quadrants(10);
+  pic.Height = 900;  // 60 x 60 pixels
+  pic.Width = 900;
+  pic.ScaleMode = ScaleUnit::Twips;
+  pic.PaintPicture(pic.Picture, 0, 0, 900, 900, 0, 0, 300, 300);
+  toolkit::Picture image = pic.Image;
+  ASSERT_EQ(image.widthPixels(), 60);
+  ASSERT_EQ(image.heightPixels(), 60);
+  EXPECT_EQ(at(image, 0, 0), qRgb(255, 0, 0));
+  EXPECT_EQ(at(image, 29, 29), qRgb(255, 0, 0));
+  EXPECT_EQ(at(image, 30, 0), qRgb(0, 255, 0));
+  EXPECT_EQ(at(image, 0, 30), qRgb(0, 0, 255));
+  EXPECT_EQ(at(image, 59, 59), qRgb(255, 255, 255));
+  EXPECT_EQ(pic.Picture().widthPixels(), 20) << "the picture itself is untouched";
+}
+
 TEST_F(PictureBoxTest, ChildGeometryFollowsTheBoxScale) {
   toolkit::Shape* shape = nullptr;
   show([&](ScratchForm& f) {

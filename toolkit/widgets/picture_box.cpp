@@ -33,35 +33,45 @@ void PictureBox::setPictureValue(::toolkit::Picture picture) {
 }
 
 void PictureBox::resetPersistent() {
-  QSize size = widget()->size();
-  if (!m_picture.empty() && size == QSize(m_picture.widthPixels(), m_picture.heightPixels()) &&
-      !m_picture.image().hasAlphaChannel()) {
-    // The common case of a frame at its natural size: share the picture's pixels until drawn on.
+  if (m_picture.empty()) {
+    m_persistent = QImage();
+  } else if (!m_picture.image().hasAlphaChannel()) {
+    // Shared with the picture until something draws on it.
     m_persistent = m_picture.image();
   } else {
-    m_persistent = QImage(size.expandedTo(QSize(1, 1)), QImage::Format_RGB32);
+    m_persistent = QImage(m_picture.image().size(), QImage::Format_RGB32);
     m_persistent.fill(toQColor(m_backColor));
-    if (!m_picture.empty()) {
-      QPainter painter(&m_persistent);
-      painter.drawImage(0, 0, m_picture.image());
-    }
+    QPainter painter(&m_persistent);
+    painter.drawImage(0, 0, m_picture.image());
   }
   m_screen.reset();
   widget()->update();
 }
 
-void PictureBox::resized() {
-  // The backing image follows the box; what was drawn stays where it was.
+void PictureBox::ensureBacking(bool overwritten) const {
   QSize size = widget()->size().expandedTo(QSize(1, 1));
+  if (overwritten) {
+    // Every pixel is about to be painted over: no need to copy or clear what was there.
+    if (m_persistent.size() != size || !m_persistent.isDetached()) {
+      m_persistent = QImage(size, QImage::Format_RGB32);
+    }
+    return;
+  }
   if (m_persistent.size() == size) return;
-  QImage grown(size, QImage::Format_RGB32);
-  grown.fill(toQColor(m_backColor));
-  {
-    QPainter painter(&grown);
+  QImage fitted(size, QImage::Format_RGB32);
+  fitted.fill(toQColor(m_backColor));
+  if (!m_persistent.isNull()) {
+    QPainter painter(&fitted);
     painter.drawImage(0, 0, m_persistent);
   }
-  m_persistent = std::move(grown);
+  m_persistent = std::move(fitted);
+}
+
+void PictureBox::resized() {
+  // The backing image keeps what was drawn; it takes the new size when next drawn on or read, so
+  // that setting Height and then Width costs nothing.
   m_screen.reset();
+  widget()->update();
 }
 
 void PictureBox::setAutoRedrawValue(bool on) {
@@ -82,11 +92,13 @@ void PictureBox::setPointerValue(Pointer pointer) {
   applyPointer(widget(), pointer);
 }
 
-QImage& PictureBox::drawingSurface() {
+QImage& PictureBox::drawingSurface(bool overwritten) {
   if (m_autoRedraw) {
+    ensureBacking(overwritten);
     m_screen.reset();
     return m_persistent;
   }
+  ensureBacking(false);
   if (!m_screen) m_screen = m_persistent;
   return *m_screen;
 }
@@ -101,9 +113,12 @@ void PictureBox::PaintPicture(const ::toolkit::Picture& picture, Single x1, Sing
                 unitsToPixels(height1));
   QRectF source(unitsToPixels(x2), unitsToPixels(y2), unitsToPixels(width2),
                 unitsToPixels(height2));
+  const QImage& image = picture.image();
+  bool overwritten = target == QRectF(QPointF(0, 0), QSizeF(widget()->size())) &&
+                     QRectF(image.rect()).contains(source) && !image.hasAlphaChannel();
   {
-    QPainter painter(&drawingSurface());
-    painter.drawImage(target, picture.image(), source);
+    QPainter painter(&drawingSurface(overwritten));
+    painter.drawImage(target, image, source);
   }
   widget()->update();
 }
@@ -170,10 +185,22 @@ void PictureBox::DrawFocusRect(const Rect& rect) {
   widget()->update();
 }
 
+::toolkit::Picture PictureBox::imageValue() const {
+  ensureBacking(false);
+  return ::toolkit::Picture(m_persistent);
+}
+
+QImage PictureBox::shownImage() const {
+  if (m_screen) return *m_screen;
+  ensureBacking(false);
+  return m_persistent;
+}
+
 void PictureBox::paint(QPainter& painter, const QRect& rect) {
   const QImage& shown = m_screen ? *m_screen : m_persistent;
   painter.fillRect(rect, toQColor(m_backColor));
-  painter.drawImage(rect.topLeft(), shown, rect);
+  QRect source = rect & shown.rect();
+  if (!source.isEmpty()) painter.drawImage(source.topLeft(), shown, source);
 }
 
 }  // namespace toolkit

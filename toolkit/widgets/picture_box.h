@@ -21,7 +21,7 @@ class PictureBox : public Control {
   Single scaleHeightValue() const;
   ::toolkit::Picture pictureValue() const { return m_picture; }
   void setPictureValue(::toolkit::Picture picture);
-  ::toolkit::Picture imageValue() const { return ::toolkit::Picture(m_persistent); }
+  ::toolkit::Picture imageValue() const;
   bool autoRedrawValue() const { return m_autoRedraw; }
   void setAutoRedrawValue(bool on);
   bool autoSizeValue() const { return m_autoSize; }
@@ -74,7 +74,7 @@ class PictureBox : public Control {
   void DrawFocusRect(const Rect& rect);
 
   // What the screen shows of the box now: the backing image, or the screen layer over it.
-  QImage shownImage() const { return m_screen ? *m_screen : m_persistent; }
+  QImage shownImage() const;
 
   ScaleUnit childScale() const override { return m_scale; }
 
@@ -84,7 +84,9 @@ class PictureBox : public Control {
   void resized() override;
 
  private:
-  QImage& drawingSurface();
+  QImage& drawingSurface(bool overwritten = false);
+  // Brings the backing image to the box's size; `overwritten` when the caller paints every pixel.
+  void ensureBacking(bool overwritten) const;
   void resetPersistent();
   float unitsToPixels(float v) const {
     return twipsToUnits(unitsToTwips(v, m_scale), ScaleUnit::Pixels);
@@ -95,7 +97,7 @@ class PictureBox : public Control {
 
   ScaleUnit m_scale = ScaleUnit::Twips;
   ::toolkit::Picture m_picture;
-  QImage m_persistent;
+  mutable QImage m_persistent;
   std::optional<QImage> m_screen;
   bool m_autoRedraw = false;
   bool m_autoSize = false;
