@@ -260,6 +260,49 @@ TEST_F(EventTest, CaptureSendsEveryMouseEventToTheCapturingControlInItsCoordinat
   EXPECT_EQ(log, "blockDown30 barMove1,780 barUp150 blockMove ");
 }
 
+TEST_F(EventTest, SetFocusReachesTheControlAndAScrollBarReportsGotFocus) {
+  toolkit::ScrollBar* bar = nullptr;
+  toolkit::PictureBox* box = nullptr;
+  ScratchForm& form = show([&](ScratchForm& f) {
+    box = f.add<toolkit::PictureBox>("picShowAVI", nullptr, 0, 0, 1500, 1500);
+    bar = f.add<toolkit::ScrollBar>("VS1", nullptr, 3000, 0, 300, 3000, Qt::Vertical);
+  });
+  form.window()->activateWindow();
+  QCoreApplication::processEvents();
+  int gotFocus = 0;
+  bar->onGotFocus = [&] {
+    ++gotFocus;
+    box->SetFocus();
+  };
+  bar->SetFocus();
+  EXPECT_EQ(gotFocus, 1);
+  EXPECT_TRUE(box->widget()->hasFocus()) << "the handler passed the focus on";
+  box->Visible = false;
+  bar->widget()->setFocus();
+  box->SetFocus();
+  EXPECT_TRUE(bar->widget()->hasFocus()) << "a hidden control does not take the focus";
+}
+
+TEST_F(EventTest, MousePointersReadBackAndSetTheCursor) {
+  image->MousePointer = toolkit::Pointer::Hourglass;
+  EXPECT_EQ(image->MousePointer(), toolkit::Pointer::Hourglass);
+  EXPECT_EQ(image->widget()->cursor().shape(), Qt::WaitCursor);
+  image->MousePointer = toolkit::Pointer::Default;
+  EXPECT_FALSE(image->widget()->testAttribute(Qt::WA_SetCursor));
+  m_form->MousePointer = toolkit::Pointer::Cross;
+  EXPECT_EQ(m_form->window()->cursor().shape(), Qt::CrossCursor);
+}
+
+TEST_F(EventTest, MsgBoxGoesToTheHostsSinkWithTheDefaultTitle) {
+  m_form->MsgBox("Image File Successfully Created", toolkit::MsgIcon::None, "Save");
+  m_form->MsgBox("ModuleName | ProcedureName\r\nError:53\r\nFile not found",
+                 toolkit::MsgIcon::Critical);
+  ASSERT_EQ(boxes().size(), 2u);
+  EXPECT_EQ(boxes()[0].shownTitle(), "Save");
+  EXPECT_EQ(boxes()[1].shownTitle(), "Harrowglen");
+  EXPECT_EQ(boxes()[1].icon, toolkit::MsgIcon::Critical);
+}
+
 TEST_F(EventTest, LabelsSizeToTheirCaption) {
   toolkit::Label* label = nullptr;
   show([&](ScratchForm& f) {

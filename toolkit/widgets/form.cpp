@@ -269,6 +269,9 @@ bool Form::FileExists(const std::string& path) { return m_host.FileExists(path);
 void Form::Kill(const std::string& path) { m_host.Kill(path); }
 void Form::DoEvents() { m_host.DoEvents(); }
 void Form::SetCapture(Control* control) { m_host.SetCapture(control); }
+void Form::MsgBox(const std::string& text, MsgIcon icon, std::optional<std::string> title) {
+  m_host.messages().show({text, icon, std::move(title), MsgButtons::Ok});
+}
 void Form::ReleaseCapture() { m_host.ReleaseCapture(); }
 const std::string& Form::programFolder() const { return m_host.programFolder(); }
 

@@ -8,9 +8,11 @@
 #include <QPointer>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "toolkit/core/message_box.h"
 #include "toolkit/widgets/control.h"
 #include "toolkit/widgets/picture.h"
 
@@ -77,6 +79,9 @@ class Form {
   void Kill(const std::string& path);
   void DoEvents();
   void SetCapture(Control* control);
+  // A message box with the OK button alone; no title means the toolkit's default.
+  void MsgBox(const std::string& text, MsgIcon icon = MsgIcon::None,
+              std::optional<std::string> title = std::nullopt);
   void ReleaseCapture();
   const std::string& programFolder() const;
 
