@@ -303,6 +303,41 @@ TEST_F(EventTest, MsgBoxGoesToTheHostsSinkWithTheDefaultTitle) {
   EXPECT_EQ(boxes()[1].icon, toolkit::MsgIcon::Critical);
 }
 
+TEST_F(EventTest, TheComboBoxKeepsItsEditFieldApartFromItsList) {
+  toolkit::ComboBox* combo = nullptr;
+  show([&](ScratchForm& f) {
+    combo = f.add<toolkit::ComboBox>("cmbSensitivity", nullptr, 360, 5595, 1695, 390);
+  });
+  combo->Text = std::string("Medium");
+  for (const char* item : {"High", "Medium", "Low"}) combo->AddItem(item);
+  EXPECT_EQ(combo->Text(), "Medium");
+  EXPECT_EQ(combo->ListCount(), 3);
+  EXPECT_EQ(combo->List(2), "Low");
+  combo->Text = std::string("Very high");
+  EXPECT_EQ(combo->Text(), "Very high") << "any text can be typed";
+  combo->Clear();
+  EXPECT_EQ(combo->ListCount(), 0);
+  EXPECT_EQ(combo->Text(), "");
+}
+
+TEST_F(EventTest, WindowedControlsLieAboveImagesAndLabelsOfTheirContainer) {
+  toolkit::ImageControl* track = nullptr;
+  toolkit::PictureBox* block = nullptr;
+  toolkit::ImageControl* upper = nullptr;
+  toolkit::ImageControl* lower = nullptr;
+  ScratchForm& form = show([&](ScratchForm& f) {
+    track = f.add<toolkit::ImageControl>("imgBar", nullptr, 0, 0, 3000, 300);
+    block = f.add<toolkit::PictureBox>("picBlock", nullptr, 0, 0, 750, 225);
+    upper = f.add<toolkit::ImageControl>("imgCplay", nullptr, 0, 1500, 600, 300);
+    lower = f.add<toolkit::ImageControl>("img1X", nullptr, 0, 1500, 300, 300);
+  });
+  QWidget* window = form.window();
+  EXPECT_EQ(window->childAt(5, 5), block->widget()) << "listed later, still on top";
+  EXPECT_EQ(window->childAt(5, 105), upper->widget()) << "the first listed lies on top";
+  (void)track;
+  (void)lower;
+}
+
 TEST_F(EventTest, LabelsSizeToTheirCaption) {
   toolkit::Label* label = nullptr;
   show([&](ScratchForm& f) {

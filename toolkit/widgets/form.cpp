@@ -60,7 +60,8 @@ void applyPointer(QWidget* widget, Pointer pointer) {
 Form::Form(Host& host, std::string name) : m_host(host), m_name(std::move(name)) {}
 
 Form::~Form() {
-  if (m_loaded) m_host.formUnloaded(this);
+  // Going with the program, not unloading: no Form_QueryUnload and no end-of-program callback.
+  if (m_loaded) m_host.formDestroyed(this);
   m_current.reset();
   for (auto& retired : m_retired) delete retired.data();
 }

@@ -159,6 +159,11 @@ void Host::formUnloaded(Form* form) {
   if (m_forms.empty() && onAllFormsUnloaded) onAllFormsUnloaded();
 }
 
+void Host::formDestroyed(Form* form) {
+  std::erase(m_forms, form);
+  if (m_capture && &m_capture->form() == form) m_capture = nullptr;
+}
+
 void Host::controlGone(Control* control) {
   if (m_capture == control) m_capture = nullptr;
 }

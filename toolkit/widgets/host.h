@@ -137,6 +137,7 @@ class Host {
   friend class Control;
   void formLoaded(Form* form);
   void formUnloaded(Form* form);
+  void formDestroyed(Form* form);
   void controlGone(Control* control);
 
   Platform& m_platform;
