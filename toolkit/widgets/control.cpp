@@ -1,5 +1,7 @@
 #include "toolkit/widgets/control.h"
 
+#include <QAbstractButton>
+#include <QCoreApplication>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -127,6 +129,20 @@ void Control::SetFocus() {
   if (m_widget && m_widget->isVisible() && m_widget->isEnabled()) {
     m_widget->setFocus(Qt::OtherFocusReason);
   }
+}
+
+void Control::click() {
+  if (!m_widget) return;
+  QPointF point(m_widget->width() / 2.0, m_widget->height() / 2.0);
+  // Qt's buttons take clicks only on their indicator and caption.
+  if (qobject_cast<QAbstractButton*>(m_widget)) point.setX(std::min(8.0, point.x()));
+  QPointF global = m_widget->mapToGlobal(point);
+  QMouseEvent press(QEvent::MouseButtonPress, point, global, Qt::LeftButton, Qt::LeftButton,
+                    Qt::NoModifier);
+  QCoreApplication::sendEvent(m_widget, &press);
+  QMouseEvent release(QEvent::MouseButtonRelease, point, global, Qt::LeftButton, Qt::NoButton,
+                      Qt::NoModifier);
+  QCoreApplication::sendEvent(m_widget, &release);
 }
 
 void Control::fire(const std::function<void()>& handler) {

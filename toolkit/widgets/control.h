@@ -68,6 +68,9 @@ class Control {
   void Move(Single left, Single top, Single width, Single height);
   // Gives the control the keyboard focus; a hidden or disabled control is passed over.
   void SetFocus();
+  // A left click in the middle of the control (on a button's indicator), delivered through Qt as
+  // the user's would be: a disabled control or window ignores it. For tests and tools.
+  void click();
 
   // Place in the window's tab order; -1 for none.
   int TabIndex = -1;

@@ -46,21 +46,21 @@ std::string qtNameFilters(const std::string& filter) {
 }
 
 std::string QtFileDialogProvider::choose(const FileDialogRequest& request) {
+  QFileDialog dialog(nullptr, QString::fromStdString(request.title));
+  // The open dialog, like the old one, also takes a typed name of a file that does not exist;
+  // the save dialog asks nothing about replacing a file.
+  dialog.setFileMode(QFileDialog::AnyFile);
+  bool save = request.kind == FileDialogRequest::Kind::Save;
+  dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+  dialog.setOption(QFileDialog::DontConfirmOverwrite, true);
+  dialog.setOption(QFileDialog::DontUseNativeDialog, true);
   QStringList filters =
       QString::fromStdString(qtNameFilters(request.filter)).split(QStringLiteral(";;"));
-  QString selected = filters.value(std::max(0, request.filterIndex - 1));
-  QString start = trimmed(request.fileName);
-  QString title = QString::fromStdString(request.title);
-  QString chosen;
-  if (request.kind == FileDialogRequest::Kind::Open) {
-    chosen = QFileDialog::getOpenFileName(nullptr, title, start, filters.join(QStringLiteral(";;")),
-                                          &selected);
-  } else {
-    // The program asks nothing about replacing a file: the name is taken as given.
-    chosen = QFileDialog::getSaveFileName(nullptr, title, start, filters.join(QStringLiteral(";;")),
-                                          &selected, QFileDialog::DontConfirmOverwrite);
-  }
-  return chosen.toStdString();
+  dialog.setNameFilters(filters);
+  dialog.selectNameFilter(filters.value(std::max(0, request.filterIndex - 1)));
+  if (QString start = trimmed(request.fileName); !start.isEmpty()) dialog.selectFile(start);
+  if (dialog.exec() != QDialog::Accepted) return {};
+  return dialog.selectedFiles().value(0).toStdString();
 }
 
 std::string ScriptedFileDialogProvider::choose(const FileDialogRequest& request) {

@@ -56,14 +56,6 @@ void release(Control& control, QPointF pixel, Qt::MouseButton button) {
   send(control, QEvent::MouseButtonRelease, pixel, button, Qt::NoButton, Qt::NoModifier);
 }
 
-void click(Control& control) {
-  QWidget* w = control.widget();
-  if (!w) return;
-  QPointF point(w->width() / 2.0, w->height() / 2.0);
-  // Qt's buttons take clicks only on their indicator and caption.
-  if (qobject_cast<QAbstractButton*>(w)) point.setX(std::min(8.0, point.x()));
-  press(control, point);
-  release(control, point);
-}
+void click(Control& control) { control.click(); }
 
 }  // namespace toolkit::testing
