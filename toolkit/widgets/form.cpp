@@ -84,6 +84,7 @@ void Form::Load() {
   if (m_current) {
     // A handler of the old window may still be on the stack (an unload from a click); Qt deletes
     // the old generation once control is back in the event loop.
+    std::erase_if(m_retired, [](const QPointer<QObject>& p) { return p.isNull(); });
     m_retired.emplace_back(m_current.get());
     m_current.release()->deleteLater();
   }
