@@ -8,12 +8,6 @@
 
 #include "toolkit/widgets/control.h"
 
-// Qt's font database keeps fontconfig's allocations until the process ends, which LeakSanitizer
-// reports from every test that lays out text. The test runner means to switch leak detection off
-// (ASAN_OPTIONS=detect_leaks=0); this makes it so for every program that drives the windows in
-// tests, however it is started.
-extern "C" const char* __asan_default_options() { return "detect_leaks=0"; }
-
 namespace toolkit::testing {
 
 void ensureApplication() {
