@@ -122,12 +122,12 @@ void Form1::createControls() {
   lblImageID->AutoSize = true;
   lblImageID->TabIndex = 5;
 
-  for (const ImageSpec& spec : kImages) {
+  for (const ImageSpec& row : kImages) {
     ImageControl* image =
-        add<ImageControl>(spec.name, nullptr, spec.left, spec.top, spec.width, spec.height);
+        add<ImageControl>(row.name, nullptr, row.left, row.top, row.width, row.height);
     image->Stretch = true;
-    image->Picture = art(spec.picture);
-    this->*spec.member = image;
+    image->Picture = art(row.picture);
+    this->*row.member = image;
   }
   img5X->Visible = false;
   // img5XN alone shows its bitmap at its natural size.

@@ -209,14 +209,14 @@ void CanvasWidget::focusInEvent(QFocusEvent* event) {
   m_control->gotFocus();
 }
 
-QFont toQFont(const FontSpec& spec) {
+QFont toQFont(const FontSpec& wanted) {
   // Arial and MS Sans Serif are not here; Liberation Sans is metrically compatible with Arial and
   // close to MS Sans Serif at these sizes.
   QFont font(QStringLiteral("Liberation Sans"));
   font.setStyleHint(QFont::SansSerif);
   // Points at the old toolkit's 96 dots per inch, in logical pixels like all geometry here.
-  font.setPixelSize(std::max(1, static_cast<int>(spec.points * 96.0 / 72.0 + 0.5)));
-  font.setBold(spec.bold);
+  font.setPixelSize(std::max(1, static_cast<int>(wanted.points * 96.0 / 72.0 + 0.5)));
+  font.setBold(wanted.bold);
   return font;
 }
 

@@ -147,7 +147,7 @@ class CanvasWidget : public QWidget {
   Control* m_control;
 };
 
-QFont toQFont(const FontSpec& spec);
+QFont toQFont(const FontSpec& wanted);
 
 // Sets the cursor of a MousePointer value.
 void applyPointer(QWidget* widget, Pointer pointer);
