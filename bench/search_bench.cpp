@@ -113,8 +113,7 @@ class Bench {
   }
 
   // Where a step's time goes: each part alone, best of a few passes, in milliseconds a frame.
-  // In a search the write of 1.bmp runs on the second core beside the brightness and cell sums
-  // when one is free, and reading 1.bmp back is not needed at all.
+  // Reading 1.bmp back is not needed in a search: the bitmap just written is reduced from memory.
   void sections() {
     clip::SeparateMJPG clip(m_platform);
     clip.InitialAviInfo(m_clipPath);

@@ -35,13 +35,6 @@ Integer sixteenBit(Long v) {
   return static_cast<std::int16_t>(std::clamp<std::int32_t>(v.value(), 0, INT16_MAX));
 }
 
-// The task on the side thread refers to the caller's locals, so no way out of the caller may
-// skip the wait.
-struct WaitAtExit {
-  SideThread& side;
-  ~WaitAtExit() { side.wait(); }
-};
-
 void warn(toolkit::MessageSink& sink, const char* text) {
   sink.show(toolkit::MessageBoxRequest::critical(text, "Warning"));
 }
@@ -105,21 +98,15 @@ Long AnalyseBMP::AnalyseFrame(const std::string& JpgPath, Integer CellSize,
   if (m_converter) {
     m_converter(JpgPath, bmpPath, sixteenBit(inputs.ClipWidth), sixteenBit(inputs.ClipHeight));
   } else if (m_jpgToBmp->decode(JpgPath)) {
-    // The decoded bitmap is what the file will hold, so it is reduced from memory while the
-    // side thread writes the file; only a bitmap that reached the disk is stored.
+    // The decoded bitmap is what the file holds once written, so it is reduced from memory
+    // rather than read back. A bitmap that did not reach the disk is read back below, which
+    // shows its box as any missing bitmap does.
     const auto file = m_jpgToBmp->bitmap();
-    const auto shape = checkBitmap(file);
-    if (!shape) {
-      m_jpgToBmp->write(bmpPath);
-      return 0;
-    }
-    bool written = false;
-    {
-      m_side.start([&] { written = m_jpgToBmp->write(bmpPath); });
-      const WaitAtExit waitForTheWrite{m_side};
-      reduce(file, *shape, cellSize);
-    }
+    const bool written = m_jpgToBmp->write(bmpPath);
     if (written) {
+      const auto shape = checkBitmap(file);
+      if (!shape) return 0;
+      reduce(file, *shape, cellSize);
       commit(*shape, cellSize, inputs);
       return ChangedCellCount;
     }

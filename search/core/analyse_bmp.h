@@ -30,7 +30,6 @@
 #include <string>
 #include <vector>
 
-#include "search/core/side_thread.h"
 #include "toolkit/core/platform.h"
 #include "toolkit/core/vb_types.h"
 
@@ -88,8 +87,7 @@ class AnalyseBMP {
                                        Integer width, Integer height)>;
 
   // `platform` must outlive the module; its files and message boxes are the module's only
-  // contact with the outside. The scratch bitmap is written on a second thread while the
-  // frame is reduced, so `platform.files` must allow calls from another thread.
+  // contact with the outside.
   explicit AnalyseBMP(toolkit::Platform& platform);
   ~AnalyseBMP();
   AnalyseBMP(const AnalyseBMP&) = delete;
@@ -166,7 +164,6 @@ class AnalyseBMP {
   toolkit::Platform& m_platform;
   std::unique_ptr<toolkit::JpgToBmpConverter> m_jpgToBmp;
   Converter m_converter;
-  SideThread m_side;
   std::vector<std::uint8_t> m_fileBytes;
   std::vector<Single> m_nextLuma;
   std::vector<Single> m_cellSums;
