@@ -5,6 +5,7 @@
 #include <QColor>
 #include <cstdint>
 
+#include "toolkit/core/rect.h"
 #include "toolkit/core/vb_types.h"
 
 namespace toolkit {
@@ -33,15 +34,6 @@ inline float unitsToTwips(float value, ScaleUnit unit) {
 
 // MousePointer values that the program uses.
 enum class Pointer : int { Default = 0, Cross = 2, Hourglass = 11 };
-
-// A rectangle handed whole to the outline drawing; Right and Bottom lie just outside it.
-struct Rect {
-  Long Left;
-  Long Top;
-  Long Right;
-  Long Bottom;
-  friend bool operator==(const Rect&, const Rect&) = default;
-};
 
 // Colours are Longs as the old toolkit keeps them: red in the low byte, so RGB(255, 0, 0) = 255.
 // Values with the top bit set name a system colour.

@@ -1,11 +1,17 @@
 #pragma once
 
 // The picture box: a container with its own scale, a picture that sizes the box (AutoSize), and
-// drawing that persists on a backing image (AutoRedraw True) or goes straight to the screen and
-// is lost at the next Refresh (AutoRedraw False).
+// drawing that persists (AutoRedraw True) or goes straight to the screen and is lost at the next
+// Refresh (AutoRedraw False).
+//
+// What persists is kept as a base image and, above it, a list of stretched pictures that are
+// worked out only where the screen or a reader needs them. A frame zoomed to six times the view
+// is a 3588 x 2166 box of which only a view's worth is ever on the screen, so each tick computes
+// that part alone, and Image still gives every pixel the whole stretch would give.
 
 #include <QImage>
 #include <optional>
+#include <vector>
 
 #include "toolkit/widgets/control.h"
 #include "toolkit/widgets/picture.h"
@@ -13,6 +19,14 @@
 namespace toolkit {
 
 enum class LineKind { Line, Box, FilledBox };
+
+// Nearest-neighbour stretching as PaintPicture does it: target pixel (x, y) of `target` shows the
+// source pixel at floor(source.left + (x + 0.5 - target.left) * source.width / target.width),
+// and likewise down; a target pixel whose centre maps outside `image` is black. Rectangles are in
+// pixels and may be fractional. Writes the part of the target that lies in `area` into `out`,
+// whose pixel (0, 0) stands for area's top left corner.
+void stretchNearest(const QImage& image, const QRectF& source, const QRectF& target, QImage& out,
+                    const QRect& area);
 
 class PictureBox : public Control {
   ScaleUnit scaleModeValue() const { return m_scale; }
@@ -60,7 +74,7 @@ class PictureBox : public Control {
   // Removes all drawing; the picture stays.
   void Cls();
   // Paints the source rectangle of `picture` stretched into the target rectangle, both in this
-  // box's current scale.
+  // box's current scale, by stretchNearest.
   void PaintPicture(const ::toolkit::Picture& picture, Single x1, Single y1, Single width1,
                     Single height1, Single x2, Single y2, Single width2, Single height2);
   // Line (x1, y1)-(x2, y2), colour[, B[F]] in the current scale, DrawWidth pixels wide. A box
@@ -73,8 +87,14 @@ class PictureBox : public Control {
   // the same rectangle again restores what was there. Right and Bottom lie outside it.
   void DrawFocusRect(const Rect& rect);
 
-  // What the screen shows of the box now: the backing image, or the screen layer over it.
+  // What the screen shows of the box now, at the box's size: what persists, or the screen layer
+  // over it.
   QImage shownImage() const;
+  // The same for one part of the box, in box pixels; what a repaint of that part computes.
+  QImage shownPart(const QRect& area) const;
+  // Bytes of pixels the box keeps beside the pictures it was given: what drawing made of them,
+  // and the last repaint's part.
+  std::size_t drawnBytes() const;
 
   ScaleUnit childScale() const override { return m_scale; }
 
@@ -84,9 +104,20 @@ class PictureBox : public Control {
   void resized() override;
 
  private:
-  QImage& drawingSurface(bool overwritten = false);
-  // Brings the backing image to the box's size; `overwritten` when the caller paints every pixel.
-  void ensureBacking(bool overwritten) const;
+  struct Stretch {
+    QImage image;
+    QRectF source;
+    QRectF target;
+  };
+
+  QRect boxRect() const;
+  // What persists, in `area` of the box, into `out` (area's size).
+  void composePersistent(QImage& out, const QRect& area) const;
+  void applyFocusRects(QImage& out, const QRect& area) const;
+  // Turns base and stretches into one image of the box's size, for drawing on.
+  QImage& persistentSurface();
+  // The surface that drawing goes to: the persistent one, or the screen layer.
+  QImage& drawingSurface();
   void resetPersistent();
   float unitsToPixels(float v) const {
     return twipsToUnits(unitsToTwips(v, m_scale), ScaleUnit::Pixels);
@@ -97,8 +128,13 @@ class PictureBox : public Control {
 
   ScaleUnit m_scale = ScaleUnit::Twips;
   ::toolkit::Picture m_picture;
-  mutable QImage m_persistent;
+  // The base of what persists, anchored at the top left; beyond it lies the back colour.
+  QImage m_persistent;
+  std::vector<Stretch> m_stretches;
+  // With AutoRedraw False: drawing that reached only the screen, and the focus rectangles on it.
   std::optional<QImage> m_screen;
+  std::vector<QRect> m_focusRects;
+  mutable QImage m_paintScratch;
   bool m_autoRedraw = false;
   bool m_autoSize = false;
   Integer m_drawWidth = 1;
