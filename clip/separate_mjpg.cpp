@@ -81,6 +81,7 @@ Boolean SeparateMJPG::InitialAviInfo(const std::string& path) {
 }
 
 Integer SeparateMJPG::SaveAviChunk(const std::string& path) {
+  m_scanShowedBox = false;
   try {
     auto file = m_platform.files.openRead(path);
     ClipScanner scan(*file);
@@ -118,6 +119,7 @@ Integer SeparateMJPG::SaveAviChunk(const std::string& path) {
     }
     return Integer(IndexEntryCount.value());
   } catch (const RuntimeError& e) {
+    m_scanShowedBox = true;
     m_platform.messages.show(MessageBoxRequest::critical(toolkit::errorBoxText("SaveAviChunk", e)));
     return 0;
   }

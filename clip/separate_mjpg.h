@@ -31,6 +31,8 @@ class SeparateMJPG {
   // Index scan. The frame count (0 after a run-time error, which it reports in a box, or when the
   // index holds no whole entry). Fills IndexSizes, FrameSizes, FramePositions.
   Integer SaveAviChunk(const std::string& path);
+  // Whether the last SaveAviChunk ended with its error box; a 0 without one is a silent refusal.
+  bool scanShowedBox() const { return m_scanShowedBox; }
 
   // Copies frame `frame`'s bytes to "Temp.jpg" in the program folder and returns that path.
   // Sets ExtractedFrame, ExtractedSize, ExtractedPosition first. Run-time errors propagate as
@@ -56,6 +58,7 @@ class SeparateMJPG {
   Integer recoverCutOffRecording(ClipScanner& scan);
 
   toolkit::Platform& m_platform;
+  bool m_scanShowedBox = false;
 };
 
 }  // namespace clip

@@ -1,7 +1,101 @@
+#include "review/open_clip.h"
 #include "skin/form1.h"
 
 namespace skin {
 
-void Form1::imgFile_Click() {}
+using toolkit::kFalse;
+using toolkit::kTrue;
+using toolkit::ScaleUnit;
+
+namespace {
+
+// The open dialog's filter. On a file system that tells case apart, the dialog offers both
+// "*.HGV" and "*.hgv" for it.
+constexpr const char* kClipFilter = "Tessmoor HGV File(*.HGV) | *.HGV";
+// picBase gives back the room of the scroll bars when a zoom ends.
+constexpr float kScrollBarTwips = 300;
+
+}  // namespace
+
+void Form1::imgFile_Click() {
+  if (SearchingForward != kFalse || SearchingBack != kFalse) return;
+  if (OpenSaveFile.ClipOpen != kFalse && DrawRectangle.SearchAreaEditing != kFalse) return;
+  try {
+    dlgOpenAVI->Filter = kClipFilter;
+    dlgOpenAVI->FilterIndex = 1;
+    dlgOpenAVI->MaxFileSize = 1000;
+    dlgOpenAVI->FileName = "";
+    dlgOpenAVI->ShowOpen();
+    if (dlgOpenAVI->FileName.size() < 3) return;
+    if (review::OpenClipFile(session, dlgOpenAVI->FileName) != review::OpenResult::Extracted) {
+      return;
+    }
+
+    picShowAVI->Visible = true;
+    picBase->ScaleMode = ScaleUnit::Twips;
+    picShowAVI->Picture = LoadPicture(OpenSaveFile.CurrentFrameFile);
+
+    // Frame 0 gives the source size of every frame of the clip; it is measured at every opening,
+    // so that no frame is ever painted from a source of 0 by 0.
+    const auto measurePicture = [this] {
+      OpenSaveFile.PictureHeight = Long::fromDouble(picShowAVI->Height);
+      OpenSaveFile.PictureWidth = Long::fromDouble(picShowAVI->Width);
+    };
+    const auto measure = [&] {
+      measurePicture();
+      SeparateMJPG.DisplayHeight = Long::fromDouble(fraBox->Height);
+      SeparateMJPG.DisplayWidth = Long::fromDouble(fraBox->Width);
+    };
+    const auto paintFitted = [this] {
+      picShowAVI->ScaleMode = ScaleUnit::Twips;
+      picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, SeparateMJPG.DisplayWidth.value(),
+                               SeparateMJPG.DisplayHeight.value(), 0, 0,
+                               OpenSaveFile.PictureWidth.value(),
+                               OpenSaveFile.PictureHeight.value());
+    };
+    const auto largerThanView = [this] {
+      return picShowAVI->Width > picBase->Width || picShowAVI->Height > picBase->Height;
+    };
+
+    if (FirstClipPending != kFalse) {
+      SettingsShown = kFalse;
+      HS1->Visible = false;
+      VS1->Visible = false;
+      BarTravel = Long::fromDouble(picBar->Width - picBlock->Width);
+      UpdateBarPosition();
+      lblImageID->Visible = true;
+      measurePicture();
+      if (largerThanView()) {
+        measure();
+        paintFitted();
+        FirstClipPending = kFalse;
+      }
+      InitSearchArea();
+      return;
+    }
+
+    picBase->ScaleMode = ScaleUnit::Twips;
+    picShowAVI->ScaleMode = ScaleUnit::Twips;
+    if (VS1->Visible && HS1->Visible) {
+      ZoomPercent = 100;
+      VS1->Visible = false;
+      HS1->Visible = false;
+      picShowAVI->Top = 0;
+      picShowAVI->Left = 0;
+      picBase->Width = picBase->Width + kScrollBarTwips;
+      picBase->Height = picBase->Height + kScrollBarTwips;
+    }
+    MarkedPicturePath.clear();
+    measure();
+    if (largerThanView()) paintFitted();
+    OpenSaveFile.ZoomActive = kFalse;
+    StopPlayback();
+    OpenSaveFile.CurrentFrame = 0;
+    UpdateBarPosition();
+    InitSearchArea();
+  } catch (const toolkit::RuntimeError& e) {
+    MsgBox(toolkit::errorBoxText(review::kOpenHandlerName, e), toolkit::MsgIcon::Critical);
+  }
+}
 
 }  // namespace skin

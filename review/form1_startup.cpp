@@ -15,20 +15,11 @@ void Form1::Form_Load() {
       Unload();
       return;
     }
-    DrawRectangle.SearchBox = {};
-    PlayingForward = kFalse;
-    PlayingBack = kFalse;
-    OpenSaveFile.ZoomActive = kFalse;
+    review::loadStartingValues(session, *this);
     picShowAVI->Visible = false;
     tmrControlDisplay->Enabled = false;
-    FirstClipPending = kTrue;
-    SettingsShown = kFalse;
-    SearchCellSize = 16;
-    ZoomPercent = 100;
     HS1->Max = 100;
     VS1->Max = 100;
-    OpenSaveFile.SearchPhaseA = kTrue;
-    OpenSaveFile.SearchPhaseB = kTrue;
     picBase->Width = fraBox->Width;
     picBase->Height = fraBox->Height;
     SeparateMJPG.DisplayHeight = Long::fromDouble(picBase->Height);

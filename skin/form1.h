@@ -5,10 +5,15 @@
 // them: start-up, shutdown and opening in review/, the view and the transport in view/, the
 // search in search/, the export button in export/.
 
+#include <functional>
 #include <string>
+#include <vector>
 
+#include "review/form1_fields.h"
 #include "review/session.h"
+#include "search/driver/search_driver.h"
 #include "toolkit/widgets/controls.h"
+#include "view/transport.h"
 
 namespace skin {
 
@@ -22,40 +27,21 @@ class frmExportVideo;
 class frmSetting;
 class frmWait;
 
-class Form1 : public toolkit::Form {
+// The window's fields (PlayingForward, ZoomPercent, SearchingForward, ...) are those of
+// review::Form1Fields; their starting values come from Form_Load.
+class Form1 : public toolkit::Form, public review::Form1Fields, public search::SearchWindow {
  public:
   Form1(toolkit::Host& host, review::Session& session, Windows& windows);
 
   // Module state and the other windows, by the names the handlers use.
+  review::Session& session;
   ::review::OpenSaveFile& OpenSaveFile;
   ::clip::SeparateMJPG& SeparateMJPG;
-  ::review::DrawRectangle& DrawRectangle;
+  ::search::AnalyseBMP& AnalyseBMP;
+  ::search::DrawRectangle& DrawRectangle;
   ::skin::frmExportVideo& frmExportVideo;
   ::skin::frmSetting& frmSetting;
   ::skin::frmWait& frmWait;
-
-  // Fields of the window; their starting values come from Form_Load.
-  Boolean PlayingForward = toolkit::kFalse;
-  Boolean PlayingBack = toolkit::kFalse;
-  std::string PlaySpeed;
-  Long BarTravel;  // twips
-  Boolean BlockDragging = toolkit::kFalse;
-  Single BlockGrabX = 0;  // twips
-  Integer ZoomPercent;
-  Integer ZoomLevel;
-  Boolean SearchingForward = toolkit::kFalse;
-  Boolean SearchingBack = toolkit::kFalse;
-  Boolean SearchStopRequested = toolkit::kFalse;
-  Boolean CloseRequested = toolkit::kFalse;
-  Integer SearchCellSize;
-  std::string MarkedPicturePath;
-  std::string FramePicturePath;
-  Boolean MarkedPictureShowing = toolkit::kFalse;
-  Boolean SettingsShown = toolkit::kFalse;
-  Single BoxGrabX = 0;
-  Single BoxGrabY = 0;
-  Boolean BoxDragged = toolkit::kFalse;
-  Boolean FirstClipPending = toolkit::kFalse;
 
   // Controls of the current load.
   toolkit::CommonDialog* dlgOpenAVI = nullptr;
@@ -113,12 +99,23 @@ class Form1 : public toolkit::Form {
   void Form_Load() override;
   void Form_Resize() override;
   void Form_QueryUnload(Integer& Cancel, Integer& UnloadMode) override;
-  void ShutDownSession();
+  void ShutDownSession() override;
 
   // Opening a clip (review/).
   void imgFile_Click();
 
-  // View and transport (view/).
+  // Frame presentation, zoom and pan (view/).
+  void ShowCurrentFrame() override;
+  // The show step: ShowCurrentFrame if the file CurrentFrameFile exists.
+  void ShowStep() override;
+  void ApplyZoom(Integer& Zoom);
+  void UpdateZoomBars();
+
+  // Bar, playback stop, step, play and pause (view/).
+  void UpdateBarPosition() override;
+  void StopPlayback() override;
+  void StepBack() { m_transport.StepBack(); }
+  void StepForward() { m_transport.StepForward(); }
   void imgBegin_Click();
   void imgEnd_Click();
   void imgLeftStep_Click();
@@ -142,12 +139,28 @@ class Form1 : public toolkit::Form {
   void VS1_GotFocus();
 
   // Motion search and its settings (search/).
-  void imgLeftSearch_Click();
-  void imgRightSearch_Click();
+  void imgLeftSearch_Click() { m_search.Click(search::Direction::Back); }
+  void imgRightSearch_Click() { m_search.Click(search::Direction::Forward); }
+  search::SearchDriver& searchDriver() { return m_search; }
   void imgSetting_Click();
   void picShowAVI_MouseDown(Integer Button, Integer Shift, Single X, Single Y);
   void picShowAVI_MouseMove(Integer Button, Integer Shift, Single X, Single Y);
   void picShowAVI_MouseUp(Integer Button, Integer Shift, Single X, Single Y);
+  void ApplyDraggedBox();
+  // The procedures of DrawRectangle on this window's view (search/form1_search_area.cpp).
+  void InitSearchArea();
+  void RefreshSearchBox();
+  void RestoreDefaultBox();
+  void CommitSearchArea();
+  void RevertSearchArea();
+  // Puts a box in pixels of picShowAVI on show in ShaRect.
+  void ShowSearchBox(const toolkit::Rect& box);
+
+  // What the search asks of the window.
+  void DoEvents() override { Form::DoEvents(); }
+  void setSearchPointer(search::Direction direction, bool wait) override;
+  void MarkFrame(const std::vector<search::CellPoint>& corners) override;
+  void SaveMarkedPicture(const std::string& path) override;
 
   // Export (export/).
   void imgSave_Click();
@@ -157,6 +170,17 @@ class Form1 : public toolkit::Form {
 
  private:
   void wireEvents();
+  // Runs a transport action; an extraction that fails stops playback and says which frame of
+  // which clip could not be read, once.
+  void guardTransport(const std::function<void()>& action);
+  // The view dark, with a note that the frame last extracted cannot be shown.
+  void ShowUndecodableFrame();
+  // The view's size in pixels, for the search box: picBase at fit, picShowAVI while zoomed.
+  search::PixelSize searchViewSize();
+  search::PixelSize clipSize() const;
+
+  view::Transport m_transport;
+  search::SearchDriver m_search;
 
   // Form_Load found another running copy: this one ends without touching anything.
   bool m_endingSecondCopy = false;

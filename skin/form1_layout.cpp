@@ -57,12 +57,16 @@ const ImageSpec kImages[] = {
 
 Form1::Form1(toolkit::Host& host, review::Session& session, Windows& windows)
     : Form(host, "Form1"),
+      session(session),
       OpenSaveFile(session.OpenSaveFile),
       SeparateMJPG(session.SeparateMJPG),
+      AnalyseBMP(session.AnalyseBMP),
       DrawRectangle(session.DrawRectangle),
       frmExportVideo(windows.frmExportVideo),
       frmSetting(windows.frmSetting),
-      frmWait(windows.frmWait) {}
+      frmWait(windows.frmWait),
+      m_transport(session, *this, *this),
+      m_search(session, *this, *this, m_transport) {}
 
 void Form1::createControls() {
   Caption = std::string("Harrowglen 1.0");

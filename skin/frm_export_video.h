@@ -17,7 +17,7 @@ class frmExportVideo : public toolkit::Form {
 
   ::review::OpenSaveFile& OpenSaveFile;
   ::clip::SeparateMJPG& SeparateMJPG;
-  ::review::DrawRectangle& DrawRectangle;
+  ::search::DrawRectangle& DrawRectangle;
   ::skin::Form1& Form1;
   ::skin::frmWait& frmWait;
 

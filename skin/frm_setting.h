@@ -16,7 +16,7 @@ class frmSetting : public toolkit::Form {
 
   ::review::OpenSaveFile& OpenSaveFile;
   ::clip::SeparateMJPG& SeparateMJPG;
-  ::review::DrawRectangle& DrawRectangle;
+  ::search::DrawRectangle& DrawRectangle;
   ::skin::Form1& Form1;
 
   // The dialog was open before; survives its closing.
@@ -38,6 +38,9 @@ class frmSetting : public toolkit::Form {
   void cmdCancel_Click();
   void cmdDefault_Click();
   void cmdSearchArea_Click();
+  // Paints the current frame anew over whatever is drawn on the picture (a rubber band, the red
+  // box), by the fit or the zoom path, with AutoRedraw True.
+  void RepaintFrame();
 
  protected:
   void createControls() override;

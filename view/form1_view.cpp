@@ -1,27 +1,86 @@
+// Frame presentation: the current frame's picture file, decoded and stretched into the view.
+
+#include <QFont>
+#include <QImage>
+#include <QPainter>
+
 #include "skin/form1.h"
 
 namespace skin {
 
-void Form1::imgBegin_Click() {}
-void Form1::imgEnd_Click() {}
-void Form1::imgLeftStep_Click() {}
-void Form1::imgRightStep_Click() {}
-void Form1::imgLeftPlay_Click() {}
-void Form1::imgPausePlay_Click() {}
-void Form1::imgRightPlay_Click() {}
-void Form1::imgZoomOut_Click() {}
-void Form1::imgZoomIn_Click() {}
-void Form1::tmrControlDisplay_Timer() {}
-void Form1::picBar_MouseMove(Integer, Integer, Single, Single) {}
-void Form1::picBar_MouseUp(Integer, Integer, Single, Single) {}
-void Form1::picBlock_MouseDown(Integer, Integer, Single, Single) {}
-void Form1::imgBar_MouseDown(Integer, Integer, Single, Single) {}
-void Form1::imgBar_MouseUp(Integer, Integer, Single, Single) {}
-void Form1::HS1_Change() {}
-void Form1::HS1_Scroll() {}
-void Form1::HS1_GotFocus() {}
-void Form1::VS1_Change() {}
-void Form1::VS1_Scroll() {}
-void Form1::VS1_GotFocus() {}
+using toolkit::kFalse;
+using toolkit::ScaleUnit;
+
+void Form1::ShowStep() {
+  if (FileExists(OpenSaveFile.CurrentFrameFile)) ShowCurrentFrame();
+}
+
+void Form1::ShowCurrentFrame() {
+  picBase->ScaleMode = ScaleUnit::Twips;
+  picShowAVI->ScaleMode = ScaleUnit::Twips;
+  // Decoded first, so that a frame that cannot be shown leaves no half-done view behind.
+  toolkit::Picture picture;
+  try {
+    picture = LoadPicture(OpenSaveFile.CurrentFrameFile);
+  } catch (const toolkit::RuntimeError& e) {
+    if (e.number() != static_cast<int>(toolkit::ErrorNumber::InvalidPicture)) throw;
+    ShowUndecodableFrame();
+    return;
+  }
+  const float pictureWidth = OpenSaveFile.PictureWidth.value();
+  const float pictureHeight = OpenSaveFile.PictureHeight.value();
+
+  if (OpenSaveFile.ZoomActive == kFalse) {
+    // The box keeps the picture's natural size; only its top left part, the whole picture
+    // stretched to the opening, is seen.
+    picShowAVI->Picture = picture;
+    picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, picBase->Width, picBase->Height, 0, 0,
+                             pictureWidth, pictureHeight);
+    return;
+  }
+
+  // The zoom path keeps the pan: the box goes back to where it stood.
+  picShowAVI->Cls();
+  const Single left = static_cast<Single>(toolkit::roundHalfEven(picShowAVI->Left));
+  const Single top = static_cast<Single>(toolkit::roundHalfEven(picShowAVI->Top));
+  picShowAVI->Left = 0;
+  picShowAVI->Top = 0;
+  picShowAVI->Height = pictureHeight;
+  picShowAVI->Width = pictureWidth;
+  picShowAVI->Picture = picture;
+  const float displayWidth = SeparateMJPG.DisplayWidth.value();
+  const float displayHeight = SeparateMJPG.DisplayHeight.value();
+  picShowAVI->Height = displayHeight;
+  picShowAVI->Width = displayWidth;
+  picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, displayWidth, displayHeight, 0, 0,
+                           pictureWidth, pictureHeight);
+  picShowAVI->Left = left;
+  picShowAVI->Top = top;
+}
+
+void Form1::ShowUndecodableFrame() {
+  // No box for each frame of a playback: the part of the view that is seen goes dark and says
+  // which frame it is, and playback goes on.
+  picShowAVI->ScaleMode = ScaleUnit::Twips;
+  const float left = -picShowAVI->Left;
+  const float top = -picShowAVI->Top;
+  const float width = picBase->Width;
+  const float height = picBase->Height;
+  QImage note(std::max(1, toolkit::twipsToPixels(width)),
+              std::max(1, toolkit::twipsToPixels(height)), QImage::Format_RGB32);
+  note.fill(QColor(24, 24, 24));
+  {
+    QPainter painter(&note);
+    painter.setPen(QColor(220, 220, 220));
+    painter.setFont(toolkit::toQFont({"Arial", 11.25, true}));
+    painter.drawText(
+        note.rect(), Qt::AlignCenter,
+        QStringLiteral("Frame %1 cannot be shown.").arg(SeparateMJPG.ExtractedFrame.value() + 1));
+  }
+  picShowAVI->Cls();
+  picShowAVI->PaintPicture(toolkit::Picture(note), left, top, width, height, 0, 0,
+                           note.width() * toolkit::kTwipsPerPixel,
+                           note.height() * toolkit::kTwipsPerPixel);
+}
 
 }  // namespace skin
