@@ -33,23 +33,38 @@ void put16(std::uint8_t* p, std::uint16_t v) {
 
 }  // namespace
 
-std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes) {
-  if (bytes.size() < 4) return std::nullopt;
+bool decodeJpegInto(std::span<const std::uint8_t> bytes, PixelOrder order,
+                    const PixelAllocator& allocate) {
+  if (bytes.size() < 4) return false;
   TjHandle tj(tjInitDecompress());
-  if (!tj) return std::nullopt;
+  if (!tj) return false;
   int width = 0, height = 0, subsamp = 0, colorspace = 0;
   auto* src = const_cast<unsigned char*>(bytes.data());
   auto size = static_cast<unsigned long>(bytes.size());
   if (tjDecompressHeader3(tj.get(), src, size, &width, &height, &subsamp, &colorspace) != 0) {
-    return std::nullopt;
+    return false;
   }
-  if (!plausibleJpegSize(width, height, bytes.size())) return std::nullopt;
-  RgbImage image{width, height, {}};
-  image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
-  if (tjDecompress2(tj.get(), src, size, image.pixels.data(), width, 0, height, TJPF_RGB, 0) != 0 &&
-      tjGetErrorCode(tj.get()) == TJERR_FATAL) {
-    return std::nullopt;
-  }
+  if (!plausibleJpegSize(width, height, bytes.size())) return false;
+  int pitch = 0;
+  std::uint8_t* out = allocate(width, height, pitch);
+  if (!out) return false;
+  const int format = order == PixelOrder::Rgb ? TJPF_RGB : TJPF_BGRX;
+  // A corrupt or cut-off stream is only a warning: libjpeg-turbo fills what is missing.
+  return tjDecompress2(tj.get(), src, size, out, width, pitch, height, format, 0) == 0 ||
+         tjGetErrorCode(tj.get()) != TJERR_FATAL;
+}
+
+std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes) {
+  RgbImage image;
+  const bool decoded =
+      decodeJpegInto(bytes, PixelOrder::Rgb, [&](int width, int height, int& pitch) {
+        image.width = width;
+        image.height = height;
+        pitch = width * 3;
+        image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
+        return image.pixels.data();
+      });
+  if (!decoded) return std::nullopt;
   return image;
 }
 

@@ -4,6 +4,7 @@
 // libjpeg-turbo with its default (accurate) decoding, and uncompressed Windows bitmaps.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -26,6 +27,14 @@ struct RgbImage {
 // nullopt for anything libjpeg-turbo cannot decode. Pictures of more than kMaxPicturePixels are
 // refused, so a hostile header cannot make us allocate gigabytes.
 std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes);
+
+// The same decoding into memory of the caller's: `allocate(width, height)` returns where the
+// rows go and sets `pitch`, the bytes from one row to the next. Bgrx is blue, green, red and a
+// byte of 255, the layout of a 32-bit QImage. The colours are those decodeJpeg gives.
+enum class PixelOrder { Rgb, Bgrx };
+using PixelAllocator = std::function<std::uint8_t*(int width, int height, int& pitch)>;
+bool decodeJpegInto(std::span<const std::uint8_t> bytes, PixelOrder order,
+                    const PixelAllocator& allocate);
 inline constexpr std::int64_t kMaxPicturePixels = std::int64_t{1} << 27;
 
 // Whether a JPEG of `bytes` bytes can really hold a picture of that size. Even a flat grey

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "toolkit/core/file_system.h"
+#include "toolkit/core/runtime_error.h"
 
 namespace toolkit {
 
@@ -40,7 +41,26 @@ RgbImage Picture::toRgb() const {
 }
 
 Picture LoadPicture(FileSystem& files, const std::string& path) {
-  return Picture::fromRgb(loadPicture(files, path));
+  const std::string bytes = readWholeFile(files, path);
+  const std::span<const std::uint8_t> data(reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                           bytes.size());
+  if (data.size() >= 2 && data[0] == 'B' && data[1] == 'M') {
+    std::optional<RgbImage> bitmap = decodeBmp(data);
+    if (!bitmap) throw RuntimeError::of(ErrorNumber::InvalidPicture);
+    return Picture::fromRgb(*bitmap);
+  }
+  // Straight into the picture's own layout: a frame is decoded once and never converted.
+  QImage image;
+  const bool decoded =
+      decodeJpegInto(data, PixelOrder::Bgrx, [&](int width, int height, int& pitch) {
+        image = QImage(width, height, QImage::Format_RGB32);
+        pitch = static_cast<int>(image.bytesPerLine());
+        return image.isNull() ? nullptr : image.bits();
+      });
+  if (!decoded) throw RuntimeError::of(ErrorNumber::InvalidPicture);
+  Picture picture;
+  picture.m_image = std::move(image);
+  return picture;
 }
 
 void SavePicture(FileSystem& files, const Picture& picture, const std::string& path) {

@@ -27,6 +27,7 @@ class Picture {
   RgbImage toRgb() const;
 
  private:
+  friend Picture LoadPicture(FileSystem& files, const std::string& path);
   QImage m_image;
 };
 
