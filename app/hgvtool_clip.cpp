@@ -17,9 +17,6 @@ namespace {
 
 using toolkit::RuntimeError;
 
-// The name line of the error box of the window's open handler.
-constexpr const char* kOpenHandlerName = "ModuleName | ProcedureName";
-
 std::vector<std::uint8_t> toBytes(const std::string& s) { return {s.begin(), s.end()}; }
 
 struct Options {
@@ -51,27 +48,10 @@ int runInfo(const Args& args, std::ostream& out, std::ostream& err) {
   }
   const std::string& path = o.positional[0];
   ToolSession session(err);
-  clip::SeparateMJPG clip(session.platform());
-  toolkit::Integer totalFrames = 0;
-  bool opened = false;
-  const toolkit::Boolean admitted = clip.InitialAviInfo(path);
-  if (admitted != toolkit::kFalse) {
-    totalFrames = clip.SaveAviChunk(path);
-    if (totalFrames.value() != 0) {
-      try {
-        const std::string frameFile = clip.ExtractCurrentJpg(path, 0);
-        if (session.platform().files.exists(frameFile)) {
-          toolkit::loadPicture(session.platform().files, frameFile);
-          opened = true;
-        }
-      } catch (const RuntimeError& e) {
-        session.platform().messages.show(
-            toolkit::MessageBoxRequest::critical(toolkit::errorBoxText(kOpenHandlerName, e)));
-      }
-    }
-  }
-
-  const int frameCount = totalFrames.value();
+  const bool opened = session.openClip(path);
+  const clip::SeparateMJPG& clip = session.session().SeparateMJPG;
+  const bool admitted = session.session().OpenSaveFile.ClipOpen != toolkit::kFalse;
+  const int frameCount = admitted ? session.session().OpenSaveFile.TotalFrames.value() : 0;
   if (o.json) {
     out << "{\"admitted\": " << (admitted ? "true" : "false")
         << ", \"opened\": " << (opened ? "true" : "false")
@@ -112,10 +92,11 @@ int runExtract(const Args& args, std::ostream& out, std::ostream& err) {
     return 2;
   }
   ToolSession session(err);
-  clip::SeparateMJPG clip(session.platform());
-  if (!clip.InitialAviInfo(args[0])) return 1;
-  const int total = clip.SaveAviChunk(args[0]).value();
-  if (total == 0) return 1;
+  // The bytes of a frame can be had also when frame 0 does not decode.
+  session.openClip(args[0]);
+  if (!session.session().clipHasFrames()) return 1;
+  clip::SeparateMJPG& clip = session.session().SeparateMJPG;
+  const int total = session.session().OpenSaveFile.TotalFrames.value();
   if (frame < 0 || frame >= total) {
     err << "hgvtool: the clip has frames 0 to " << total - 1 << "; there is no frame " << frame
         << "\n";

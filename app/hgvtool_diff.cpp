@@ -113,10 +113,10 @@ void report(const search::AnalyseBMP& m, const DiffOptions& o,
 int diffClip(const std::string& path, long long frame, const DiffOptions& o, std::ostream& out,
              std::ostream& err) {
   ToolSession session(err);
-  clip::SeparateMJPG clip(session.platform());
-  if (!clip.InitialAviInfo(path)) return 1;
-  const int total = clip.SaveAviChunk(path).value();
-  if (total == 0) return 1;
+  session.openClip(path);
+  if (!session.session().clipHasFrames()) return 1;
+  clip::SeparateMJPG& clip = session.session().SeparateMJPG;
+  const int total = session.session().OpenSaveFile.TotalFrames.value();
   if (frame < 0 || frame + 1 >= total) {
     err << "hgvtool: the clip has frames 0 to " << total - 1 << "; frame " << frame
         << " has no next frame to compare with\n";

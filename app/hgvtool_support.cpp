@@ -8,6 +8,9 @@
 #include <ostream>
 
 #include "app/hgvtool_commands.h"
+#include "review/open_clip.h"
+#include "toolkit/core/image.h"
+#include "toolkit/core/runtime_error.h"
 
 namespace app {
 namespace {
@@ -21,7 +24,23 @@ std::string makeTempFolder() {
 }  // namespace
 
 ToolSession::ToolSession(std::ostream& err)
-    : m_sink(err), m_platform{m_files, m_sink, makeTempFolder()} {}
+    : m_sink(err),
+      m_platform{m_files, m_sink, makeTempFolder()},
+      m_session(std::make_unique<review::Session>(m_platform)) {
+  review::loadStartingValues(*m_session, m_fields);
+}
+
+bool ToolSession::openClip(const std::string& path) {
+  try {
+    if (review::OpenClipFile(*m_session, path) != review::OpenResult::Extracted) return false;
+    toolkit::loadPicture(m_files, m_session->OpenSaveFile.CurrentFrameFile);
+    return true;
+  } catch (const toolkit::RuntimeError& e) {
+    m_sink.show(
+        toolkit::MessageBoxRequest::critical(toolkit::errorBoxText(review::kOpenHandlerName, e)));
+    return false;
+  }
+}
 
 ToolSession::~ToolSession() {
   std::error_code ec;

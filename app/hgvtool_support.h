@@ -4,17 +4,21 @@
 // that both prints and remembers, and JSON output of the boxes shown.
 
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "review/form1_fields.h"
+#include "review/session.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/platform.h"
 
 namespace app {
 
-// A session of its own: a temporary program folder (removed at the end), real files, and boxes
-// that go to `err` as they are shown and are kept for a JSON report.
+// A session of its own, as if the program had just started: a temporary program folder (removed
+// at the end), real files, the module state at the values Form_Load gives it, and boxes that go
+// to `err` as they are shown and are kept for a JSON report.
 class ToolSession {
  public:
   explicit ToolSession(std::ostream& err);
@@ -23,7 +27,13 @@ class ToolSession {
   ToolSession& operator=(const ToolSession&) = delete;
 
   toolkit::Platform& platform() { return m_platform; }
+  review::Session& session() { return *m_session; }
+  review::Form1Fields& fields() { return m_fields; }
   const std::vector<toolkit::MessageBoxRequest>& boxes() const { return m_sink.boxes(); }
+
+  // Opens a clip as the folder button does once the file is chosen, up to decoding frame 0, with
+  // the same boxes. True when frame 0 is extracted and decodes.
+  bool openClip(const std::string& path);
 
  private:
   class TeeSink : public toolkit::MessageSink {
@@ -43,6 +53,8 @@ class ToolSession {
   toolkit::PosixFileSystem m_files;
   TeeSink m_sink;
   toolkit::Platform m_platform;
+  std::unique_ptr<review::Session> m_session;
+  review::Form1Fields m_fields;
 };
 
 // [{"text": ..., "icon": "critical"|null, "title": ...|null}, ...]

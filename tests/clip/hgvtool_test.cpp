@@ -73,6 +73,18 @@ TEST_F(HgvtoolTest, UndecodableFirstPictureIsTheOpenHandlersErrorBox) {
       << r.out;
 }
 
+TEST_F(HgvtoolTest, AClipWithoutAWholeIndexEntryGetsTheWarningOfTheWindow) {
+  auto l = layout(64, 48);
+  l.indexSizeField = 8;
+  auto r = run(app::runInfo, {"--json", writeClip(l, {{jpeg(64, 48, 10), {}, {}, "00dc"}})});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.out.find("\"admitted\": true, \"opened\": false, \"boxes\": [{\"text\": \"The clip "
+                       "holds no frames that can be shown.\", \"icon\": \"critical\", "
+                       "\"title\": \"Warning\"}]"),
+            std::string::npos)
+      << r.out;
+}
+
 // hgvtool agrees with the reader on every layout the writer can make.
 TEST_F(HgvtoolTest, InfoAgreesWithTheReaderOnOddLayouts) {
   std::vector<std::pair<const char*, toolkit::ClipLayout>> layouts;
