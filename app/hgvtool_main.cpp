@@ -16,6 +16,8 @@ constexpr const char* kUsage =
     "       hgvtool sample OUT.hgv [--frames N] [--size WxH]\n"
     "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] CLIP N\n"
     "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] A.jpg B.jpg\n"
+    "       hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
+    "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
     "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
 
 }  // namespace
@@ -32,6 +34,7 @@ int main(int argc, char** argv) {
   if (command == "pack") return app::runPack(args, std::cout, std::cerr);
   if (command == "sample") return app::runSample(args, std::cout, std::cerr);
   if (command == "diff") return app::runDiff(args, std::cout, std::cerr);
+  if (command == "search") return app::runSearch(args, std::cout, std::cerr);
   if (command == "help" || command == "--help" || command == "-h") {
     std::cout << kUsage;
     return 0;

@@ -15,7 +15,6 @@ using toolkit::ScaleUnit;
 
 namespace {
 
-constexpr int kMarkSide = 8;
 constexpr int kMinimumDrag = 16;
 
 Long rounded(Single v) { return Long::fromDouble(v); }
@@ -36,7 +35,7 @@ void Form1::MarkFrame(const std::vector<search::CellPoint>& corners) {
   for (const search::CellPoint& p : corners) {
     const auto x = static_cast<Single>(p.X.value());
     const auto y = static_cast<Single>(p.Y.value());
-    picShowAVI->Line(x, y, x + kMarkSide, y + kMarkSide, toolkit::RGB(0, 0, 255),
+    picShowAVI->Line(x, y, x + search::kMarkSide, y + search::kMarkSide, toolkit::RGB(0, 0, 255),
                      toolkit::LineKind::Box);
   }
 }

@@ -14,6 +14,25 @@ const char* handlerName(Direction direction) {
   return direction == Direction::Back ? "imgLeftSearch_Click" : "imgRightSearch_Click";
 }
 
+void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners) {
+  const auto put = [&](int x, int y) {
+    if (x < 0 || y < 0 || x >= picture.width || y >= picture.height) return;
+    auto* p = &picture.pixels[(static_cast<std::size_t>(y) * picture.width + x) * 3];
+    p[0] = 0;
+    p[1] = 0;
+    p[2] = 255;
+  };
+  for (const CellPoint& corner : corners) {
+    const int x = corner.X.value(), y = corner.Y.value();
+    for (int i = 0; i <= kMarkSide; ++i) {
+      put(x + i, y);
+      put(x + i, y + kMarkSide);
+      put(x, y + i);
+      put(x + kMarkSide, y + i);
+    }
+  }
+}
+
 SearchDriver::SearchDriver(review::Session& session, review::Form1Fields& fields,
                            SearchWindow& window, view::Transport& transport)
     : m_session(session), m_fields(fields), m_window(window), m_transport(transport) {}

@@ -17,6 +17,7 @@
 
 #include "review/session.h"
 #include "search/core/analyse_bmp.h"
+#include "toolkit/core/image.h"
 #include "view/transport.h"
 
 namespace search {
@@ -83,5 +84,11 @@ class SearchDriver {
 
 // The name of the handler of a direction, for its error box.
 const char* handlerName(Direction direction);
+
+// The marks of a result on a picture without a window, pixel for pixel what the window's Line
+// draws: for each corner (X, Y) an outline of width 1 in RGB(0, 0, 255) covering both corners
+// (X, Y) and (X + 8, Y + 8).
+inline constexpr int kMarkSide = 8;
+void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners);
 
 }  // namespace search

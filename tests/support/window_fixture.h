@@ -30,6 +30,15 @@ std::vector<std::uint8_t> distinctJpeg(int width, int height, int index);
 QImage stretchReference(const toolkit::RgbImage& picture, double sourceWidth, double sourceHeight,
                         int targetWidth, int targetHeight, const QRect& area);
 
+// A still, textured scene in which light squares stand during chosen runs of frames: the only
+// changes between frames are where a square comes or goes.
+struct Square {
+  int x, y, size;
+  int from, to;  // shown on frames [from, to)
+};
+std::vector<std::uint8_t> sceneJpeg(int width, int height, const std::vector<Square>& squares,
+                                    int index);
+
 class WindowFixture : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { toolkit::testing::ensureApplication(); }
@@ -46,6 +55,9 @@ class WindowFixture : public ::testing::Test {
   std::string makeClip(const std::string& name, int count, int width = 640, int height = 480);
   std::string writeClip(const std::string& name,
                         const std::vector<std::vector<std::uint8_t>>& jpegs, int width, int height);
+  // A clip of `count` frames of the scene of `squares`.
+  std::string sceneClip(const std::string& name, int count, const std::vector<Square>& squares,
+                        int width = 640, int height = 480);
   // The JPEG of frame `index` of the last clip made by makeClip or writeClip.
   const std::vector<std::uint8_t>& jpegOf(int index) const { return m_jpegs.at(index); }
 

@@ -114,7 +114,10 @@ Host::Host(Platform& platform, FileDialogProvider& dialogs, InstanceCheck& insta
 
 Host::~Host() = default;
 
-void Host::DoEvents() { QCoreApplication::processEvents(QEventLoop::AllEvents); }
+void Host::DoEvents() {
+  if (onYield) onYield();
+  QCoreApplication::processEvents(QEventLoop::AllEvents);
+}
 
 void Host::SetCapture(Control* control) {
   if (m_capture && m_capture != control && m_capture->widget()) m_capture->widget()->releaseMouse();

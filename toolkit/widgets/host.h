@@ -116,6 +116,9 @@ class Host {
   void Kill(const std::string& path) { files().remove(path); }
   // Lets all pending events run, including clicks and timer ticks, then returns.
   void DoEvents();
+  // Runs at each DoEvents before the pending events: tests queue input there, to have it arrive
+  // at a chosen yield of a long handler.
+  std::function<void()> onYield;
 
   // Loaded forms, in the order they were loaded.
   const std::vector<Form*>& Forms() const { return m_forms; }

@@ -52,4 +52,15 @@ void release(Control& control, QPointF pixel, Qt::MouseButton button) {
 
 void click(Control& control) { control.click(); }
 
+void postClick(Control& control) {
+  QWidget* w = control.widget();
+  if (!w) return;
+  const QPointF point(w->width() / 2.0, w->height() / 2.0);
+  const QPointF global = w->mapToGlobal(point);
+  QCoreApplication::postEvent(w, new QMouseEvent(QEvent::MouseButtonPress, point, global,
+                                                 Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
+  QCoreApplication::postEvent(w, new QMouseEvent(QEvent::MouseButtonRelease, point, global,
+                                                 Qt::LeftButton, Qt::NoButton, Qt::NoModifier));
+}
+
 }  // namespace toolkit::testing

@@ -40,6 +40,9 @@ void move(Control& control, QPointF pixel, Qt::MouseButtons buttons = Qt::LeftBu
 void release(Control& control, QPointF pixel, Qt::MouseButton button = Qt::LeftButton);
 // Press and release in the middle of the control.
 void click(Control& control);
+// A click in the middle of the control, queued: it arrives when the event loop next runs, as a
+// click does that the user makes while a handler is busy.
+void postClick(Control& control);
 
 }  // namespace testing
 }  // namespace toolkit

@@ -1,0 +1,280 @@
+// hgvtool search: the motion search of the window, run by the same driver without a window.
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <ostream>
+
+#include "app/clip_search.h"
+#include "app/hgvtool_commands.h"
+#include "toolkit/core/image.h"
+#include "toolkit/core/program_folder.h"
+#include "toolkit/core/runtime_error.h"
+
+namespace app {
+namespace {
+
+using search::Direction;
+using toolkit::kFalse;
+
+constexpr const char* kUsage =
+    "usage: hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
+    "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n";
+
+// What the search asks of a window, without one: nothing is shown, the marks are drawn on the
+// frame's own picture and saved as the window saves them.
+class ToolWindow : public search::SearchWindow {
+ public:
+  ToolWindow(review::Session& session, std::function<void()> onStep)
+      : m_session(session), m_onStep(std::move(onStep)) {}
+
+  void UpdateBarPosition() override {
+    if (m_onStep) m_onStep();
+  }
+  void StopPlayback() override {}
+  void ShowStep() override {}
+  void DoEvents() override {}
+  void setSearchPointer(Direction, bool) override {}
+  void ShowCurrentFrame() override {}
+  void MarkFrame(const std::vector<search::CellPoint>& corners) override {
+    m_marked = toolkit::loadPicture(m_session.platform.files,
+                                    m_session.OpenSaveFile.CurrentFrameFile);
+    search::drawMarks(m_marked, corners);
+  }
+  void SaveMarkedPicture(const std::string& path) override {
+    const std::vector<std::uint8_t> bytes = toolkit::encodeBmp24(m_marked);
+    auto file = m_session.platform.files.openWrite(path);
+    file->writeAt(0, bytes);
+    file->truncate(static_cast<std::int64_t>(bytes.size()));
+  }
+  void ShutDownSession() override {}
+
+ private:
+  review::Session& m_session;
+  std::function<void()> m_onStep;
+  toolkit::RgbImage m_marked;
+};
+
+}  // namespace
+
+bool runSearches(ToolSession& tool, const SearchOptions& options,
+                 const std::function<void(const SearchRecord&)>& onRecord,
+                 const std::function<void()>& onStep) {
+  review::Session& session = tool.session();
+  review::Form1Fields& fields = tool.fields();
+  review::OpenSaveFile& o = session.OpenSaveFile;
+  clip::SeparateMJPG& clip = session.SeparateMJPG;
+  const int total = o.TotalFrames.value();
+  if (options.from < -1 || options.from > total) return false;
+
+  session.DrawRectangle.InitSearchArea({kFitViewWidth, kFitViewHeight},
+                                       {clip.ClipWidth, clip.ClipHeight});
+  if (options.area) session.DrawRectangle.SearchArea = *options.area;
+  session.AnalyseBMP.Sensitivity = options.sensitivity;
+  session.AnalyseBMP.ChangeThreshold = static_cast<std::int16_t>(options.threshold);
+
+  // The frame an end mark stands for is the one on show, and the one extracted.
+  const int from = static_cast<int>(options.from);
+  const int shown = from == -1 ? total - 1 : from == total ? 0 : from;
+  o.CurrentFrameFile = clip.ExtractCurrentJpg(o.ClipFileName, shown);
+  o.CurrentFrame = from;
+
+  ToolWindow window(session, onStep);
+  view::Transport transport(session, fields, window);
+  search::SearchDriver driver(session, fields, window, transport);
+  std::size_t boxesBefore = tool.boxes().size();
+  bool ended = false;
+  driver.onFinished = [&](const search::SearchOutcome& outcome) {
+    SearchRecord record;
+    record.outcome = outcome;
+    record.currentFrame = o.CurrentFrame.value();
+    record.frame = clip.ExtractedFrame.value();
+    record.changeThreshold = session.AnalyseBMP.ChangeThreshold.value();
+    record.boxes.assign(tool.boxes().begin() + static_cast<std::ptrdiff_t>(boxesBefore),
+                        tool.boxes().end());
+    boxesBefore = tool.boxes().size();
+    ended = outcome.ended != search::SearchOutcome::Ended::Found;
+    onRecord(record);
+  };
+  for (int k = 0; options.all || k < options.count; ++k) {
+    ended = false;
+    driver.Click(options.direction);
+    if (ended && options.all) break;
+  }
+  return true;
+}
+
+namespace {
+
+struct CommandOptions {
+  SearchOptions search;
+  std::string clip;
+  std::string marked;
+  bool json = false;
+};
+
+bool parseArea(const std::string& text, toolkit::Rect& area) {
+  long long v[4];
+  std::size_t start = 0;
+  for (int i = 0; i < 4; ++i) {
+    const std::size_t comma = text.find(',', start);
+    if ((comma == std::string::npos) != (i == 3)) return false;
+    const std::string part = text.substr(start, comma == std::string::npos ? comma : comma - start);
+    if (!parseInt(part, v[i]) || v[i] < INT32_MIN || v[i] > INT32_MAX) return false;
+    start = comma + 1;
+  }
+  area = {static_cast<std::int32_t>(v[0]), static_cast<std::int32_t>(v[1]),
+          static_cast<std::int32_t>(v[2]), static_cast<std::int32_t>(v[3])};
+  return true;
+}
+
+bool parseOptions(const Args& args, CommandOptions& o) {
+  bool count = false;
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const std::string& a = args[i];
+    const bool hasValue = i + 1 < args.size();
+    long long n = 0;
+    if (a == "--json") {
+      o.json = true;
+    } else if (a == "--back") {
+      o.search.direction = Direction::Back;
+    } else if (a == "--all") {
+      o.search.all = true;
+    } else if (a == "--from" && hasValue && parseInt(args[i + 1], n)) {
+      o.search.from = n;
+      ++i;
+    } else if (a == "--count" && hasValue && parseInt(args[i + 1], n) && n >= 1 && n <= 1000000) {
+      o.search.count = static_cast<int>(n);
+      count = true;
+      ++i;
+    } else if (a == "--threshold" && hasValue && parseInt(args[i + 1], n) && n >= INT16_MIN &&
+               n <= INT16_MAX) {
+      o.search.threshold = static_cast<int>(n);
+      ++i;
+    } else if (a == "--area" && hasValue) {
+      toolkit::Rect area;
+      if (!parseArea(args[++i], area)) return false;
+      o.search.area = area;
+    } else if (a == "--sensitivity" && hasValue) {
+      o.search.sensitivity = args[++i];
+    } else if (a == "--marked" && hasValue) {
+      o.marked = args[++i];
+    } else if (a.rfind("--", 0) != 0 && o.clip.empty()) {
+      o.clip = a;
+    } else {
+      return false;
+    }
+  }
+  return !o.clip.empty() && !(count && o.search.all);
+}
+
+const char* endedName(search::SearchOutcome::Ended ended) {
+  switch (ended) {
+    case search::SearchOutcome::Ended::Found:
+      return "found";
+    case search::SearchOutcome::Ended::EndOfRun:
+      return "end_of_run";
+    case search::SearchOutcome::Ended::Stopped:
+      return "stopped";
+    case search::SearchOutcome::Ended::Error:
+      return "error";
+  }
+  return "error";
+}
+
+void printRecord(const SearchRecord& r, bool json, std::ostream& out) {
+  const auto& marked = r.outcome.marked;
+  if (json) {
+    out << "{\"ended\": \"" << endedName(r.outcome.ended) << "\", \"CurrentFrame\": "
+        << r.currentFrame << ", \"frame\": " << r.frame
+        << ", \"ChangeThreshold\": " << r.changeThreshold
+        << ", \"comparisons\": " << r.outcome.comparisons << ", \"marked\": [";
+    for (std::size_t i = 0; i < marked.size(); ++i) {
+      out << (i ? ", " : "") << "[" << marked[i].X.value() << ", " << marked[i].Y.value() << "]";
+    }
+    out << "], \"boxes\": " << boxesJson(r.boxes) << "}\n";
+    return;
+  }
+  switch (r.outcome.ended) {
+    case search::SearchOutcome::Ended::Found:
+      out << "motion at frame " << r.frame + 1 << ": " << marked.size()
+          << (marked.size() == 1 ? " cell\n" : " cells\n");
+      break;
+    case search::SearchOutcome::Ended::EndOfRun:
+      out << "end of the run at frame " << r.frame + 1 << "\n";
+      break;
+    default:
+      out << "search ended at frame " << r.frame + 1 << " with an error\n";
+  }
+}
+
+// Frames done and frames per second on a terminal, at most a few times a second.
+class Progress {
+ public:
+  explicit Progress(std::ostream& err) : m_err(err), m_on(::isatty(STDERR_FILENO) != 0) {}
+  ~Progress() {
+    if (m_on && m_frames > 0) m_err << "\r\033[K" << std::flush;
+  }
+  void step() {
+    ++m_frames;
+    if (!m_on) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - m_shown < std::chrono::milliseconds(200)) return;
+    m_shown = now;
+    const double seconds = std::chrono::duration<double>(now - m_start).count();
+    char line[96];
+    std::snprintf(line, sizeof line, "\r\033[Ksearching: %ld frames, %.0f frames/s",
+                  static_cast<long>(m_frames), seconds > 0 ? m_frames / seconds : 0.0);
+    m_err << line << std::flush;
+  }
+
+ private:
+  std::ostream& m_err;
+  bool m_on;
+  long m_frames = 0;
+  std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+  std::chrono::steady_clock::time_point m_shown = m_start;
+};
+
+}  // namespace
+
+int runSearch(const Args& args, std::ostream& out, std::ostream& err) {
+  CommandOptions o;
+  if (!parseOptions(args, o)) {
+    err << kUsage;
+    return 2;
+  }
+  ToolSession tool(err);
+  if (!tool.openClip(o.clip)) return 1;
+  bool failed = false;
+  bool found = false;
+  Progress progress(err);
+  try {
+    const bool ran = runSearches(
+        tool, o.search,
+        [&](const SearchRecord& record) {
+          failed = failed || record.outcome.ended == search::SearchOutcome::Ended::Error;
+          found = found || record.outcome.ended == search::SearchOutcome::Ended::Found;
+          printRecord(record, o.json, out);
+        },
+        [&] { progress.step(); });
+    if (!ran) {
+      err << "hgvtool: --from takes -1 to " << tool.session().OpenSaveFile.TotalFrames.value()
+          << "\n";
+      return 2;
+    }
+  } catch (const toolkit::RuntimeError& e) {
+    err << "hgvtool: Error " << e.number() << ": " << e.description() << "\n";
+    return 1;
+  }
+  if (!o.marked.empty() && found) {
+    // The last result's marked picture is the "temp.bmp" it left.
+    const std::string bytes = toolkit::readWholeFile(
+        tool.platform().files, toolkit::inFolder(tool.platform().programFolder, "temp.bmp"));
+    if (!writeFileAtomically(o.marked, {bytes.begin(), bytes.end()}, err)) return 1;
+  }
+  return failed ? 1 : 0;
+}
+
+}  // namespace app
