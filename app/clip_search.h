@@ -24,14 +24,14 @@ struct SearchOptions {
   std::string sensitivity;  // empty, as at program start
   int threshold = 0;        // ChangeThreshold carried in
   int count = 1;            // searches one after another, each from where the last one stopped
-  bool all = false;         // on until a search ends at the end of the run
+  bool all = false;         // on until a search comes to the end of the run
 };
 
 // One search as the window would have left it.
 struct SearchRecord {
   search::SearchOutcome outcome;
-  int currentFrame = 0;      // CurrentFrame, with its end marks
-  int frame = 0;             // the real frame on show, from 0
+  int currentFrame = 0;  // CurrentFrame, with its end marks
+  int frame = 0;         // the real frame on show, from 0
   int changeThreshold = 0;
   std::vector<toolkit::MessageBoxRequest> boxes;  // shown during this search
 };

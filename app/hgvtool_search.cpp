@@ -38,8 +38,8 @@ class ToolWindow : public search::SearchWindow {
   void setSearchPointer(Direction, bool) override {}
   void ShowCurrentFrame() override {}
   void MarkFrame(const std::vector<search::CellPoint>& corners) override {
-    m_marked = toolkit::loadPicture(m_session.platform.files,
-                                    m_session.OpenSaveFile.CurrentFrameFile);
+    m_marked =
+        toolkit::loadPicture(m_session.platform.files, m_session.OpenSaveFile.CurrentFrameFile);
     search::drawMarks(m_marked, corners);
   }
   void SaveMarkedPicture(const std::string& path) override {
@@ -85,6 +85,7 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
   search::SearchDriver driver(session, fields, window, transport);
   std::size_t boxesBefore = tool.boxes().size();
   bool ended = false;
+  std::size_t records = 0;
   driver.onFinished = [&](const search::SearchOutcome& outcome) {
     SearchRecord record;
     record.outcome = outcome;
@@ -94,13 +95,18 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
     record.boxes.assign(tool.boxes().begin() + static_cast<std::ptrdiff_t>(boxesBefore),
                         tool.boxes().end());
     boxesBefore = tool.boxes().size();
-    ended = outcome.ended != search::SearchOutcome::Ended::Found;
+    // A result on the last comparison ends the run too: a search on from there would walk the
+    // clip again.
+    ended = outcome.ended != search::SearchOutcome::Ended::Found || outcome.reachedEnd;
+    ++records;
     onRecord(record);
   };
   for (int k = 0; options.all || k < options.count; ++k) {
     ended = false;
+    const std::size_t recordsBefore = records;
     driver.Click(options.direction);
-    if (ended && options.all) break;
+    // A clip of one frame starts no search: there is nothing to go on with.
+    if (records == recordsBefore || (ended && options.all)) break;
   }
   return true;
 }
@@ -186,8 +192,8 @@ const char* endedName(search::SearchOutcome::Ended ended) {
 void printRecord(const SearchRecord& r, bool json, std::ostream& out) {
   const auto& marked = r.outcome.marked;
   if (json) {
-    out << "{\"ended\": \"" << endedName(r.outcome.ended) << "\", \"CurrentFrame\": "
-        << r.currentFrame << ", \"frame\": " << r.frame
+    out << "{\"ended\": \"" << endedName(r.outcome.ended)
+        << "\", \"CurrentFrame\": " << r.currentFrame << ", \"frame\": " << r.frame
         << ", \"ChangeThreshold\": " << r.changeThreshold
         << ", \"comparisons\": " << r.outcome.comparisons << ", \"marked\": [";
     for (std::size_t i = 0; i < marked.size(); ++i) {
@@ -259,6 +265,9 @@ int runSearch(const Args& args, std::ostream& out, std::ostream& err) {
           printRecord(record, o.json, out);
         },
         [&] { progress.step(); });
+    if (ran && tool.session().OpenSaveFile.TotalFrames == toolkit::Integer(1)) {
+      err << "hgvtool: a clip of one frame has nothing to search\n";
+    }
     if (!ran) {
       err << "hgvtool: --from takes -1 to " << tool.session().OpenSaveFile.TotalFrames.value()
           << "\n";

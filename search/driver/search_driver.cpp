@@ -167,6 +167,7 @@ void SearchDriver::stepPart(Direction direction, bool& reachedEnd, SearchOutcome
   analyse(o.CurrentFrameFile);
   ++outcome.comparisons;
   if (reachedEnd) {
+    outcome.reachedEnd = true;
     o.SearchPhaseA = kTrue;
     o.SearchPhaseB = kTrue;
   }

@@ -48,6 +48,7 @@ struct SearchOutcome {
   Direction direction = Direction::Forward;
   Ended ended = Ended::Stopped;
   int comparisons = 0;
+  bool reachedEnd = false;        // the last step came to the end of the run
   std::vector<CellPoint> marked;  // the corners drawn, in drawing order
 };
 
