@@ -9,7 +9,7 @@
 #include "clip/separate_mjpg.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 #include "toolkit/writers/synthetic_scene.h"
 
 namespace app {
@@ -147,12 +147,12 @@ int runPack(const Args& args, std::ostream& out, std::ostream& err) {
     }
     jpegs.push_back(std::move(bytes));
   }
-  std::vector<toolkit::ClipFrame> frames;
+  std::vector<clip::ClipFrame> frames;
   for (auto& j : jpegs) frames.push_back({std::move(j), {}, {}, "00dc"});
-  toolkit::ClipLayout layout;
+  clip::ClipLayout layout;
   layout.width = width;
   layout.height = height;
-  if (!writeFileAtomically(args[0], toolkit::buildClip(layout, frames), err)) return 1;
+  if (!writeFileAtomically(args[0], clip::buildClip(layout, frames), err)) return 1;
   out << args[0] << ": " << frames.size() << " frames of " << width << " x " << height << "\n";
   return 0;
 }
@@ -189,14 +189,14 @@ int runSample(const Args& args, std::ostream& out, std::ostream& err) {
   scene.enterFrame = static_cast<int>(frameCount * 2 / 5);
   scene.leaveFrame = static_cast<int>(frameCount * 4 / 5);
   toolkit::SyntheticScene generator(scene);
-  toolkit::ClipLayout layout;
+  clip::ClipLayout layout;
   layout.width = scene.width;
   layout.height = scene.height;
-  std::vector<toolkit::ClipFrame> frames;
+  std::vector<clip::ClipFrame> frames;
   for (int i = 0; i < frameCount; ++i) {
     frames.push_back({toolkit::encodeJpeg(generator.frame(i), 85), {}, {}, "00dc"});
   }
-  if (!writeFileAtomically(path, toolkit::buildClip(layout, frames), err)) return 1;
+  if (!writeFileAtomically(path, clip::buildClip(layout, frames), err)) return 1;
   out << path << ": " << frameCount << " frames of " << width << " x " << height
       << "; the animal walks across from frame " << scene.enterFrame + 1 << " to "
       << scene.leaveFrame << "\n";

@@ -11,7 +11,7 @@
 #include "clip/separate_mjpg.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 
 namespace {
 
@@ -34,10 +34,10 @@ int main() {
   {
     auto file = fs.openWrite(path);
     file->truncate(0);
-    toolkit::ClipLayout layout;
+    clip::ClipLayout layout;
     layout.width = 1280;
     layout.height = 720;
-    toolkit::ClipWriter writer(*file, layout);
+    clip::ClipWriter writer(*file, layout);
     for (int k = 0; k < 32767; ++k)
       writer.addSparseFrame(58000 + static_cast<std::uint32_t>(k * 37 % 4000));
     std::printf("clip: 32767 frames, %.2f GB (sparse)\n",

@@ -31,7 +31,7 @@
 #include "toolkit/core/image.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/widgets/testing.h"
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 #include "toolkit/writers/synthetic_scene.h"
 
 namespace {
@@ -63,7 +63,7 @@ class Bench {
     const toolkit::SyntheticScene scene({width, height, 11, 6, kFrames - 4, 2});
     for (int i = 0; i < kFrames; ++i) m_jpegs.push_back(toolkit::encodeJpeg(scene.frame(i)));
     m_clipPath = m_folder + "/bench.hgv";
-    toolkit::writeClip(m_fs, m_clipPath, width, height, m_jpegs);
+    clip::writeClip(m_fs, m_clipPath, width, height, m_jpegs);
     m_tj = tjInitDecompress();
     m_rgb.resize(static_cast<std::size_t>(width) * height * 3);
   }

@@ -23,7 +23,7 @@
 #include "toolkit/core/image.h"
 #include "toolkit/widgets/picture.h"
 #include "toolkit/widgets/testing.h"
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 #include "toolkit/writers/synthetic_scene.h"
 
 namespace {
@@ -54,7 +54,7 @@ class Bench {
     const toolkit::SyntheticScene scene({width, height, 5, 4, kFrames - 4, 2});
     for (int i = 0; i < kFrames; ++i) m_jpegs.push_back(toolkit::encodeJpeg(scene.frame(i)));
     m_clip = (folder / "bench.HGV").string();
-    toolkit::writeClip(m_host.files, m_clip, width, height, m_jpegs);
+    clip::writeClip(m_host.files, m_clip, width, height, m_jpegs);
     m_tj = tjInitDecompress();
     m_rgb.resize(static_cast<std::size_t>(width) * height * 3);
   }

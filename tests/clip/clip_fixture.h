@@ -6,7 +6,7 @@
 #include "tests/support/faulty_file_system.h"
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/message_box.h"
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 
 namespace clip {
 
@@ -21,14 +21,14 @@ class ClipFixture : public ::testing::Test {
     for (std::size_t i = 0; i < size; ++i) p[i] = static_cast<std::uint8_t>(seed + i * 7);
     return p;
   }
-  static std::vector<toolkit::ClipFrame> frames(std::initializer_list<std::size_t> sizes) {
-    std::vector<toolkit::ClipFrame> out;
+  static std::vector<clip::ClipFrame> frames(std::initializer_list<std::size_t> sizes) {
+    std::vector<clip::ClipFrame> out;
     std::uint8_t seed = 1;
     for (auto s : sizes) out.push_back({picture(s, seed++), {}, {}, "00dc"});
     return out;
   }
-  static toolkit::ClipLayout layout(int width = 640, int height = 480) {
-    toolkit::ClipLayout l;
+  static clip::ClipLayout layout(int width = 640, int height = 480) {
+    clip::ClipLayout l;
     l.width = width;
     l.height = height;
     return l;
@@ -39,9 +39,9 @@ class ClipFixture : public ::testing::Test {
     testing_support::writeBytes(path, bytes);
     return path;
   }
-  std::string writeClip(const toolkit::ClipLayout& l, const std::vector<toolkit::ClipFrame>& f,
+  std::string writeClip(const clip::ClipLayout& l, const std::vector<clip::ClipFrame>& f,
                         const std::string& name = "c.hgv") {
-    return write(toolkit::buildClip(l, f), name);
+    return write(clip::buildClip(l, f), name);
   }
 
   // Header check and index scan, as opening does; returns the frame count (0 if refused).

@@ -28,7 +28,7 @@ TEST_F(HeaderCheckTest, WrittenClipIsAdmittedWithItsPictureSize) {
 TEST_F(HeaderCheckTest, TagsAtFixedOffsetsDecide) {
   struct Case {
     const char* name;
-    std::function<void(toolkit::ClipLayout&)> change;
+    std::function<void(clip::ClipLayout&)> change;
     bool admitted;
   };
   const Case cases[] = {
@@ -85,7 +85,7 @@ TEST_F(HeaderCheckTest, MissingFileIsARunTimeErrorBox) {
 }
 
 TEST_F(HeaderCheckTest, ShortFileIsRefusedAsUnvalid) {
-  auto bytes = toolkit::buildClip(layout(), frames({10}));
+  auto bytes = clip::buildClip(layout(), frames({10}));
   bytes.resize(100);  // "avih" is there, the JUNK record reads as zeros
   EXPECT_EQ(reader.InitialAviInfo(write(bytes)), toolkit::kFalse);
   EXPECT_EQ(boxes(), std::vector{kUnvalidBox});
@@ -116,7 +116,7 @@ TEST_F(HeaderCheckTest, RefusedFileKeepsTheValuesOfTheClipBefore) {
 // The writer and the reader share their constants; pin the layout with literals so that a wrong
 // shared constant cannot pass.
 TEST_F(HeaderCheckTest, WriterPutsTheTagsWhereTheReaderLooks) {
-  auto bytes = toolkit::buildClip(layout(0x0102, 0x0304), frames({5}));
+  auto bytes = clip::buildClip(layout(0x0102, 0x0304), frames({5}));
   auto at = [&](std::size_t o, std::size_t n) {
     return std::string(bytes.begin() + o, bytes.begin() + o + n);
   };

@@ -13,15 +13,15 @@ TEST_F(ClipWriterTest, WriteClipReplacesAnExistingLongerFile) {
   const std::string path = dir.file("out.hgv");
   testing_support::writeBytes(path, std::vector<std::uint8_t>(100000, 0x77));
   auto f = frames({10, 20});
-  toolkit::writeClip(files, path, 64, 48, {f[0].data, f[1].data});
-  EXPECT_EQ(testing_support::readBytes(path), toolkit::buildClip(layout(64, 48), f));
+  clip::writeClip(files, path, 64, 48, {f[0].data, f[1].data});
+  EXPECT_EQ(testing_support::readBytes(path), clip::buildClip(layout(64, 48), f));
 }
 
 TEST_F(ClipWriterTest, SparseFramesGiveTheSameTablesAsWrittenOnes) {
   const std::string path = dir.file("sparse.hgv");
   {
     auto file = files.openWrite(path);
-    toolkit::ClipWriter writer(*file, layout());
+    clip::ClipWriter writer(*file, layout());
     writer.addSparseFrame(5000);
     writer.addSparseFrame(7001);
     writer.addFrame(picture(30, 3));
@@ -35,7 +35,7 @@ TEST_F(ClipWriterTest, SparseFramesGiveTheSameTablesAsWrittenOnes) {
 }
 
 TEST_F(ClipWriterTest, HeaderCountsAndSizesAreCompleted) {
-  auto bytes = toolkit::buildClip(layout(), frames({10, 300}));
+  auto bytes = clip::buildClip(layout(), frames({10, 300}));
   auto u32 = [&](std::size_t o) {
     return std::uint32_t{bytes[o]} | std::uint32_t{bytes[o + 1]} << 8 |
            std::uint32_t{bytes[o + 2]} << 16 | std::uint32_t{bytes[o + 3]} << 24;

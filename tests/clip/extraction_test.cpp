@@ -77,7 +77,7 @@ TEST_F(ExtractionTest, FailuresRaiseTheToolkitsErrorsAfterTheVariablesAreSet) {
 
 TEST_F(ExtractionTest, ClipShorterThanItsLastFrameGivesAZeroTail) {
   auto f = frames({100, 100});
-  auto bytes = toolkit::buildClip(layout(), f);
+  auto bytes = clip::buildClip(layout(), f);
   const std::size_t lastDataEnd = 4108 + 100 + 8 + 100;
   bytes.resize(lastDataEnd - 40);  // the index and 40 bytes of the last frame are gone
   auto path = write(bytes);
@@ -85,7 +85,7 @@ TEST_F(ExtractionTest, ClipShorterThanItsLastFrameGivesAZeroTail) {
 
   // With its index intact but the file cut inside the last frame's data, the table still says
   // 100 bytes: extraction writes all 100, zeros where the file ended.
-  auto whole = toolkit::buildClip(layout(), f);
+  auto whole = clip::buildClip(layout(), f);
   std::vector<std::uint8_t> cut(whole.begin(), whole.begin() + static_cast<long>(lastDataEnd - 40));
   ASSERT_EQ(open(write(whole, "whole.hgv")), 2);
   testing_support::writeBytes(dir.file("whole.hgv"), cut);

@@ -15,15 +15,15 @@ namespace {
 std::vector<std::vector<std::uint8_t>> seeds() {
   toolkit::RgbImage img{16, 16, std::vector<std::uint8_t>(16 * 16 * 3, 90)};
   auto jpeg = toolkit::encodeJpeg(img, 50);
-  std::vector<toolkit::ClipFrame> frames(3, toolkit::ClipFrame{jpeg, {}, {}, "00dc"});
+  std::vector<clip::ClipFrame> frames(3, clip::ClipFrame{jpeg, {}, {}, "00dc"});
   std::vector<std::vector<std::uint8_t>> out;
   auto add = [&](auto change) {
-    toolkit::ClipLayout l;
+    clip::ClipLayout l;
     l.width = 16;
     l.height = 16;
     l.junkSize = 12;
     change(l);
-    out.push_back(toolkit::buildClip(l, frames));
+    out.push_back(clip::buildClip(l, frames));
   };
   add([](auto&) {});
   add([](auto& l) { l.writeIndex = false; });

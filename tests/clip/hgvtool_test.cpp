@@ -87,7 +87,7 @@ TEST_F(HgvtoolTest, AClipWithoutAWholeIndexEntryGetsTheWarningOfTheWindow) {
 
 // hgvtool agrees with the reader on every layout the writer can make.
 TEST_F(HgvtoolTest, InfoAgreesWithTheReaderOnOddLayouts) {
-  std::vector<std::pair<const char*, toolkit::ClipLayout>> layouts;
+  std::vector<std::pair<const char*, clip::ClipLayout>> layouts;
   auto add = [&](const char* name, auto change) {
     auto l = layout(64, 48);
     change(l);

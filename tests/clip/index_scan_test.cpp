@@ -16,8 +16,8 @@ class IndexScanTest : public ClipFixture {
  protected:
   // N one-byte frames: the smallest clip of N frames.
   std::vector<std::uint8_t> tinyClip(std::size_t n) {
-    std::vector<toolkit::ClipFrame> f(n, toolkit::ClipFrame{{0xab}, {}, {}, "00dc"});
-    return toolkit::buildClip(layout(), f);
+    std::vector<clip::ClipFrame> f(n, clip::ClipFrame{{0xab}, {}, {}, "00dc"});
+    return clip::buildClip(layout(), f);
   }
 };
 
@@ -123,7 +123,7 @@ TEST_F(IndexScanTest, SizeFieldOfTwoGigabytesOverflows) {
 }
 
 TEST_F(IndexScanTest, IndexWithoutFirstFrameMarkerCountsFramesWithEmptyTables) {
-  auto bytes = toolkit::buildClip(layout(), frames({10, 20}));
+  auto bytes = clip::buildClip(layout(), frames({10, 20}));
   bytes[4096] = 'M';  // "Movi00dc"
   EXPECT_EQ(open(write(bytes)), 2);
   EXPECT_EQ(reader.FrameSizes, (std::vector<std::int32_t>{0, 0, 0}));
@@ -158,7 +158,7 @@ TEST_F(RecoveryTest, ClipWithoutIndexOpensEveryWholeFrame) {
 TEST_F(RecoveryTest, TruncatedTailDropsOnlyThePartialFrame) {
   auto l = layout();
   l.writeIndex = false;
-  auto bytes = toolkit::buildClip(l, frames({100, 100, 100}));
+  auto bytes = clip::buildClip(l, frames({100, 100, 100}));
   bytes.resize(bytes.size() - 1);
   EXPECT_EQ(open(write(bytes)), 2);
 }
@@ -182,7 +182,7 @@ TEST_F(RecoveryTest, NeverReturnsTheCountOfTheClipBefore) {
   ASSERT_EQ(open(writeClip(layout(), frames({10, 20, 30}), "a.hgv")), 3);
   auto l = layout();
   l.writeIndex = false;
-  auto bytes = toolkit::buildClip(l, frames({10}));
+  auto bytes = clip::buildClip(l, frames({10}));
   bytes.resize(4110);  // the only frame is cut
   EXPECT_EQ(open(write(bytes, "b.hgv")), 0);
   EXPECT_EQ(reader.IndexEntryCount.value(), 0);

@@ -5,7 +5,7 @@
 
 #include "review/open_clip.h"
 #include "tests/support/window_fixture.h"
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 
 namespace {
 
@@ -124,14 +124,14 @@ TEST_F(OpenTest, ARefusedFileAfterAGoodClipLeavesTheFrameDead) {
 TEST_F(OpenTest, AClipWhoseScanFindsNoFrameSaysSoOnceAndIsNoClipToTheButtons) {
   start();
   skin::Form1& f = form();
-  toolkit::ClipLayout layout;
+  clip::ClipLayout layout;
   layout.width = 640;
   layout.height = 480;
   layout.indexSizeField = 15;  // less than one whole entry
   const std::string empty = file("empty.HGV");
   testing_support::writeBytes(
       empty,
-      toolkit::buildClip(layout, {{testing_support::distinctJpeg(640, 480, 0), {}, {}, "00dc"}}));
+      clip::buildClip(layout, {{testing_support::distinctJpeg(640, 480, 0), {}, {}, "00dc"}}));
   open(empty);
   ASSERT_EQ(boxes().size(), 1u);
   EXPECT_EQ(boxes()[0], toolkit::MessageBoxRequest::critical(review::kNoFramesText, "Warning"));
@@ -150,7 +150,7 @@ TEST_F(OpenTest, AClipWhoseScanFindsNoFrameSaysSoOnceAndIsNoClipToTheButtons) {
   layout.indexSizeField = 32768 * 16;
   testing_support::writeBytes(
       empty,
-      toolkit::buildClip(layout, {{testing_support::distinctJpeg(640, 480, 0), {}, {}, "00dc"}}));
+      clip::buildClip(layout, {{testing_support::distinctJpeg(640, 480, 0), {}, {}, "00dc"}}));
   open(empty);
   ASSERT_EQ(boxes().size(), 2u);
   EXPECT_EQ(boxes()[1].text, "SaveAviChunk\r\nError:6\r\nOverflow");

@@ -8,7 +8,7 @@
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/message_box.h"
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 #include "toolkit/writers/synthetic_scene.h"
 
 namespace search {
@@ -78,7 +78,7 @@ class HgvtoolDiffTest : public ::testing::Test {
     }
     writeBytes(dir.file("a.jpg"), frames[2]);
     writeBytes(dir.file("b.jpg"), frames[3]);
-    toolkit::writeClip(fs, dir.file("walk.hgv"), 320, 240, frames);
+    clip::writeClip(fs, dir.file("walk.hgv"), 320, 240, frames);
   }
 
   TempDir dir;

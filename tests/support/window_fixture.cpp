@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 
 namespace testing_support {
 
@@ -89,7 +89,7 @@ std::string WindowFixture::writeClip(const std::string& name,
                                      int height) {
   m_jpegs = jpegs;
   const std::string path = m_dir.file(name);
-  toolkit::writeClip(m_host.files, path, width, height, jpegs);
+  clip::writeClip(m_host.files, path, width, height, jpegs);
   return path;
 }
 

@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "tests/support/window_fixture.h"
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 
 namespace {
 

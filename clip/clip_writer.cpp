@@ -1,4 +1,4 @@
-#include "toolkit/writers/clip_writer.h"
+#include "clip/clip_writer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -7,7 +7,7 @@
 #include "clip/clip_format.h"
 #include "toolkit/core/runtime_error.h"
 
-namespace toolkit {
+namespace clip {
 namespace {
 
 namespace fmt = clip::format;
@@ -215,4 +215,4 @@ void writeClip(FileSystem& fs, const std::string& path, std::int32_t width, std:
   writer.finish();
 }
 
-}  // namespace toolkit
+}  // namespace clip

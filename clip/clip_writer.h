@@ -13,7 +13,10 @@
 
 #include "toolkit/core/file_system.h"
 
-namespace toolkit {
+namespace clip {
+
+using toolkit::FileSystem;
+using toolkit::WritableFile;
 
 struct ClipLayout {
   std::int32_t width = 0;
@@ -85,4 +88,4 @@ std::vector<std::uint8_t> buildClip(const ClipLayout& layout, const std::vector<
 void writeClip(FileSystem& fs, const std::string& path, std::int32_t width, std::int32_t height,
                const std::vector<std::vector<std::uint8_t>>& jpegs);
 
-}  // namespace toolkit
+}  // namespace clip
