@@ -18,6 +18,7 @@ int runPack(const Args& args, std::ostream& out, std::ostream& err);
 int runSample(const Args& args, std::ostream& out, std::ostream& err);
 int runDiff(const Args& args, std::ostream& out, std::ostream& err);
 int runSearch(const Args& args, std::ostream& out, std::ostream& err);
+int runExport(const Args& args, std::ostream& out, std::ostream& err);
 
 // Writes a string as a JSON string literal, escapes included.
 std::string jsonString(const std::string& s);

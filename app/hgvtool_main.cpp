@@ -18,6 +18,7 @@ constexpr const char* kUsage =
     "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] A.jpg B.jpg\n"
     "       hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
     "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
+    "       hgvtool export CLIP --frame N (--jpg OUT | --hgv OUT | --wmv OUT) [--count K]\n"
     "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
 
 }  // namespace
@@ -34,6 +35,7 @@ int main(int argc, char** argv) {
   if (command == "pack") return app::runPack(args, std::cout, std::cerr);
   if (command == "sample") return app::runSample(args, std::cout, std::cerr);
   if (command == "diff") return app::runDiff(args, std::cout, std::cerr);
+  if (command == "export") return app::runExport(args, std::cout, std::cerr);
   if (command == "search") return app::runSearch(args, std::cout, std::cerr);
   if (command == "help" || command == "--help" || command == "-h") {
     std::cout << kUsage;

@@ -1,7 +1,19 @@
 #include "skin/form1.h"
+#include "skin/frm_export_video.h"
 
 namespace skin {
 
-void Form1::imgSave_Click() {}
+using toolkit::kFalse;
+
+void Form1::imgSave_Click() {
+  if (!session.clipHasFrames() || DrawRectangle.SearchAreaEditing != kFalse ||
+      SearchingForward != kFalse || SearchingBack != kFalse) {
+    return;
+  }
+  if (!MarkedPicturePath.empty()) MarkedPicturePath.clear();
+  StopPlayback();
+  Enabled = false;
+  frmExportVideo.Show();
+}
 
 }  // namespace skin

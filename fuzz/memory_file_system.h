@@ -27,6 +27,13 @@ class MemoryFileSystem : public toolkit::FileSystem {
   }
   bool exists(const std::string& path) override { return files.count(path) != 0; }
   void remove(const std::string& path) override { files.erase(path); }
+  void rename(const std::string& from, const std::string& to) override {
+    auto node = files.extract(from);
+    if (node.empty()) throw toolkit::RuntimeError::of(toolkit::ErrorNumber::FileNotFound);
+    node.key() = to;
+    files.erase(to);
+    files.insert(std::move(node));
+  }
 
  private:
   class Reader : public toolkit::ReadableFile {

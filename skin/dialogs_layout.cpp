@@ -27,6 +27,7 @@ Windows::Windows(toolkit::Host& host, review::Session& session)
 
 frmExportVideo::frmExportVideo(toolkit::Host& host, review::Session& session, Windows& windows)
     : Form(host, "frmExportVideo"),
+      session(session),
       OpenSaveFile(session.OpenSaveFile),
       SeparateMJPG(session.SeparateMJPG),
       DrawRectangle(session.DrawRectangle),
@@ -168,6 +169,7 @@ void frmSetting::createControls() {
 
 frmWait::frmWait(toolkit::Host& host, review::Session& session, Windows& windows)
     : Form(host, "frmWait"),
+      session(session),
       OpenSaveFile(session.OpenSaveFile),
       SeparateMJPG(session.SeparateMJPG),
       Form1(windows.Form1),

@@ -15,6 +15,7 @@ class frmExportVideo : public toolkit::Form {
  public:
   frmExportVideo(toolkit::Host& host, review::Session& session, Windows& windows);
 
+  review::Session& session;
   ::review::OpenSaveFile& OpenSaveFile;
   ::clip::SeparateMJPG& SeparateMJPG;
   ::search::DrawRectangle& DrawRectangle;
@@ -53,8 +54,16 @@ class frmExportVideo : public toolkit::Form {
   void cmdChageSaveAddr_Click();
   void cmdExportFile_Click();
 
+  // Hides the dialog, puts up the wait window and leaves the conversion of the run of `length`
+  // frames to `destination` to its timer's first tick.
+  void BeginWmvExport(const std::string& destination, toolkit::Integer length);
+
  protected:
   void createControls() override;
+
+ private:
+  // An option's click: the destination's extension rewritten, the option alone chosen.
+  void choose(toolkit::OptionButton* chosen, const char* extension);
 };
 
 }  // namespace skin

@@ -15,6 +15,7 @@ class frmWait : public toolkit::Form {
  public:
   frmWait(toolkit::Host& host, review::Session& session, Windows& windows);
 
+  review::Session& session;
   ::review::OpenSaveFile& OpenSaveFile;
   ::clip::SeparateMJPG& SeparateMJPG;
   ::skin::Form1& Form1;

@@ -12,8 +12,10 @@ namespace testing_support {
 
 class FaultyFileSystem : public toolkit::FileSystem {
  public:
-  // Writes (openWrite and writeAt) fail with this error while set.
+  // Opens for writing fail with this error while set.
   std::optional<toolkit::ErrorNumber> failWrites;
+  // A disk with room for this many more bytes: a write past it fails with "Disk full".
+  std::optional<std::int64_t> room;
   // Opens for reading of paths containing this text fail with "File not found".
   std::string hideReadsContaining;
 
@@ -25,12 +27,33 @@ class FaultyFileSystem : public toolkit::FileSystem {
   }
   std::unique_ptr<toolkit::WritableFile> openWrite(const std::string& path) override {
     if (failWrites) throw toolkit::RuntimeError::of(*failWrites);
-    return m_real.openWrite(path);
+    return std::make_unique<File>(*this, m_real.openWrite(path));
   }
   bool exists(const std::string& path) override { return m_real.exists(path); }
   void remove(const std::string& path) override { m_real.remove(path); }
+  void rename(const std::string& from, const std::string& to) override { m_real.rename(from, to); }
 
  private:
+  class File : public toolkit::WritableFile {
+   public:
+    File(FaultyFileSystem& fs, std::unique_ptr<toolkit::WritableFile> real)
+        : m_fs(fs), m_real(std::move(real)) {}
+    void writeAt(std::int64_t offset, std::span<const std::uint8_t> data) override {
+      if (m_fs.room) {
+        if (static_cast<std::int64_t>(data.size()) > *m_fs.room) {
+          throw toolkit::RuntimeError::of(toolkit::ErrorNumber::DiskFull);
+        }
+        *m_fs.room -= static_cast<std::int64_t>(data.size());
+      }
+      m_real->writeAt(offset, data);
+    }
+    void truncate(std::int64_t length) override { m_real->truncate(length); }
+
+   private:
+    FaultyFileSystem& m_fs;
+    std::unique_ptr<toolkit::WritableFile> m_real;
+  };
+
   toolkit::PosixFileSystem m_real;
 };
 

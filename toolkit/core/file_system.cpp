@@ -125,6 +125,10 @@ void PosixFileSystem::remove(const std::string& path) {
   if (::unlink(path.c_str()) != 0) throwFileError(errno, true);
 }
 
+void PosixFileSystem::rename(const std::string& from, const std::string& to) {
+  if (::rename(from.c_str(), to.c_str()) != 0) throwFileError(errno, true);
+}
+
 std::string readWholeFile(FileSystem& fs, const std::string& path) {
   auto file = fs.openRead(path);
   std::string bytes(static_cast<std::size_t>(file->length()), '\0');

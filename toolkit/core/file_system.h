@@ -37,6 +37,8 @@ class FileSystem {
   virtual std::unique_ptr<WritableFile> openWrite(const std::string& path) = 0;
   virtual bool exists(const std::string& path) = 0;  // a regular file at that path
   virtual void remove(const std::string& path) = 0;
+  // Puts the file `from` in the place of `to`, replacing a file there in one step.
+  virtual void rename(const std::string& from, const std::string& to) = 0;
 };
 
 class PosixFileSystem : public FileSystem {
@@ -45,6 +47,7 @@ class PosixFileSystem : public FileSystem {
   std::unique_ptr<WritableFile> openWrite(const std::string& path) override;
   bool exists(const std::string& path) override;
   void remove(const std::string& path) override;
+  void rename(const std::string& from, const std::string& to) override;
 };
 
 // Maps an errno value to the old toolkit's run-time error.

@@ -1,0 +1,181 @@
+#include "export/core/exports.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+
+#include "clip/clip_format.h"
+#include "clip/clip_writer.h"
+#include "toolkit/core/image.h"
+#include "toolkit/core/runtime_error.h"
+#include "toolkit/writers/wmv_writer.h"
+
+namespace exporting {
+namespace {
+
+using toolkit::RuntimeError;
+
+constexpr std::uint32_t kDefaultMicroSecPerFrame = 100000;
+
+std::string failureText(const std::string& destination, const std::string& reason) {
+  return "Could not write \"" + destination + "\".\r\n" + reason;
+}
+
+bool sameFile(const std::string& a, const std::string& b) {
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  if (fs::equivalent(a, b, ec)) return true;
+  const fs::path ca = fs::weakly_canonical(a, ec);
+  if (ec) return a == b;
+  const fs::path cb = fs::weakly_canonical(b, ec);
+  return ec ? a == b : ca == cb;
+}
+
+// Runs `write` on a temporary file beside `destination` and puts the file in place when it
+// returns; on any failure the temporary file goes and the destination stays as it was.
+void writeReplacing(toolkit::FileSystem& files, const std::string& destination,
+                    const std::string& openClip,
+                    const std::function<void(toolkit::WritableFile&)>& write) {
+  if (destination.empty()) throw ExportFailure(failureText(destination, "No file name given."));
+  if (!openClip.empty() && sameFile(destination, openClip)) {
+    throw ExportFailure("\"" + destination +
+                        "\" is the clip on show and cannot be replaced by an export.\r\n"
+                        "Choose another file name.");
+  }
+  const std::string temporary = destination + ".part";
+  const auto discard = [&] {
+    try {
+      if (files.exists(temporary)) files.remove(temporary);
+    } catch (const RuntimeError&) {
+      // Nothing more can be done about a temporary file that cannot be removed.
+    }
+  };
+  try {
+    {
+      auto file = files.openWrite(temporary);
+      file->truncate(0);
+      write(*file);
+    }
+    files.rename(temporary, destination);
+  } catch (const RuntimeError& e) {
+    discard();
+    throw ExportFailure(
+        failureText(destination, "Error:" + std::to_string(e.number()) + "\r\n" + e.description()));
+  } catch (const toolkit::VideoError& e) {
+    discard();
+    throw ExportFailure(failureText(destination, e.what()));
+  } catch (const ExportFailure& e) {
+    discard();
+    throw ExportFailure(failureText(destination, e.what()));
+  }
+}
+
+// Frame `index`'s bytes as the index gives them.
+std::vector<std::uint8_t> readFrame(const clip::SeparateMJPG& clip, toolkit::ReadableFile& file,
+                                    std::int32_t index) {
+  const auto i = static_cast<std::size_t>(index);
+  if (index < 0 || i >= clip.FrameSizes.size() || i >= clip.FramePositions.size()) {
+    throw RuntimeError::of(toolkit::ErrorNumber::SubscriptOutOfRange);
+  }
+  const std::int64_t size = clip.FrameSizes[i];
+  const std::int64_t position = std::int64_t{clip.FramePositions[i]} - 1;
+  if (size <= 0 || position < 0 || position + size > file.length()) {
+    throw RuntimeError::of(toolkit::ErrorNumber::InputPastEndOfFile);
+  }
+  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
+  if (file.readAt(position, bytes) != bytes.size()) {
+    throw RuntimeError::of(toolkit::ErrorNumber::InputPastEndOfFile);
+  }
+  return bytes;
+}
+
+}  // namespace
+
+ExportRange exportRange(const clip::SeparateMJPG& clip, std::int32_t length) {
+  const std::int64_t left =
+      std::int64_t{clip.IndexEntryCount.value()} - std::int64_t{clip.ExtractedFrame.value()};
+  return {clip.ExtractedFrame.value(), static_cast<std::int32_t>(std::clamp<std::int64_t>(
+                                           std::min<std::int64_t>(length, left), 0, INT32_MAX))};
+}
+
+std::uint32_t clipMicroSecPerFrame(toolkit::FileSystem& files, const std::string& path) {
+  auto file = files.openRead(path);
+  std::uint8_t field[4] = {};
+  // dwMicroSecPerFrame is the first field of the main header's data.
+  file->readAt(clip::format::kMainHeaderOffset + 8, field);
+  const std::uint32_t value =
+      field[0] | field[1] << 8 | field[2] << 16 | static_cast<std::uint32_t>(field[3]) << 24;
+  return value == 0 ? kDefaultMicroSecPerFrame : value;
+}
+
+void CopyCurrentJpg(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
+                    const std::string& destination) {
+  std::vector<std::uint8_t> bytes;
+  try {
+    bytes.resize(static_cast<std::size_t>(std::max(clip.ExtractedSize.value(), 0)));
+    auto file = files.openRead(clip.ClipPath);
+    if (bytes.empty() || clip.ExtractedPosition.value() < 1 ||
+        std::int64_t{clip.ExtractedPosition.value()} - 1 + clip.ExtractedSize.value() >
+            file->length()) {
+      throw RuntimeError::of(toolkit::ErrorNumber::InputPastEndOfFile);
+    }
+    file->readAt(std::int64_t{clip.ExtractedPosition.value()} - 1, bytes);
+  } catch (const RuntimeError& e) {
+    throw ExportFailure(failureText(
+        destination,
+        "The clip cannot be read. Error:" + std::to_string(e.number()) + "\r\n" + e.description()));
+  }
+  writeReplacing(files, destination, clip.ClipPath,
+                 [&](toolkit::WritableFile& file) { file.writeAt(0, bytes); });
+}
+
+void ExportHgvClip(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
+                   const std::string& destination, std::int32_t length) {
+  const ExportRange range = exportRange(clip, length);
+  writeReplacing(files, destination, clip.ClipPath, [&](toolkit::WritableFile& out) {
+    clip::ClipLayout layout;
+    layout.width = clip.ClipWidth.value();
+    layout.height = clip.ClipHeight.value();
+    layout.microSecPerFrame = clipMicroSecPerFrame(files, clip.ClipPath);
+    auto source = files.openRead(clip.ClipPath);
+    clip::ClipWriter writer(out, layout);
+    for (std::int32_t i = 0; i < range.count; ++i) {
+      writer.addFrame(readFrame(clip, *source, range.first + i));
+    }
+    writer.finish();
+  });
+}
+
+int TOWMV(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::string& source,
+          const std::string& target, int rate, std::int32_t first, std::int32_t count,
+          std::int32_t width, std::int32_t height) {
+  (void)rate;
+  if (static_cast<std::int64_t>(width) * height > toolkit::kMaxPicturePixels || width < 2 ||
+      height < 2) {
+    throw ExportFailure(failureText(target, "The clip's picture size cannot be made a video."));
+  }
+  writeReplacing(files, target, source, [&](toolkit::WritableFile& out) {
+    toolkit::VideoSpec spec;
+    spec.width = width;
+    spec.height = height;
+    spec.frameDurationNum = clipMicroSecPerFrame(files, source);
+    spec.frameDurationDen = 1000000;
+    auto input = files.openRead(source);
+    toolkit::WmvWriter writer(out, spec);
+    for (std::int32_t i = 0; i < count; ++i) {
+      const auto picture = toolkit::decodeJpeg(readFrame(clip, *input, first + i));
+      if (!picture) {
+        throw ExportFailure("Frame " + std::to_string(first + i + 1) + " cannot be decoded.");
+      }
+      if (picture->width != width || picture->height != height) {
+        throw ExportFailure("Frame " + std::to_string(first + i + 1) +
+                            " is not of the clip's picture size.");
+      }
+      writer.addPicture(*picture);
+    }
+    writer.finish();
+  });
+  return 0;
+}
+
+}  // namespace exporting
