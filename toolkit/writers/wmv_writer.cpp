@@ -128,6 +128,8 @@ WmvWriter::WmvWriter(WritableFile& file, const VideoSpec& spec)
   s.height = spec.height & ~1;
   if (s.width < 2 || s.height < 2) throw VideoError("The picture is too small for a video.");
 
+  // The encoder's notes (coefficients clipped and the like) are not the user's business.
+  av_log_set_level(AV_LOG_ERROR);
   const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_WMV2);
   if (!encoder) throw VideoError("This system has no Windows Media Video encoder.");
   s.check(avformat_alloc_output_context2(&s.format, nullptr, "asf", nullptr),
