@@ -25,6 +25,7 @@ struct SearchOptions {
   int threshold = 0;        // ChangeThreshold carried in
   int count = 1;            // searches one after another, each from where the last one stopped
   bool all = false;         // on until a search comes to the end of the run
+  int threads = 1;          // decoding threads ahead of the search; 1 decodes in line
 };
 
 // One search as the window would have left it.

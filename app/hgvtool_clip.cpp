@@ -6,10 +6,10 @@
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
 #include "clip/clip_format.h"
+#include "clip/clip_writer.h"
 #include "clip/separate_mjpg.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
-#include "clip/clip_writer.h"
 #include "toolkit/writers/synthetic_scene.h"
 
 namespace app {

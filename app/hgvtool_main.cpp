@@ -18,6 +18,7 @@ constexpr const char* kUsage =
     "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] A.jpg B.jpg\n"
     "       hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
     "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
+    "                      [--threads N]\n"
     "       hgvtool export CLIP --frame N (--jpg OUT | --hgv OUT | --wmv OUT) [--count K]\n"
     "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
 

@@ -20,7 +20,8 @@ using toolkit::kFalse;
 
 constexpr const char* kUsage =
     "usage: hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
-    "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n";
+    "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
+    "                      [--threads N]   (threads decoding ahead; default 1, in line)\n";
 
 // What the search asks of a window, without one: nothing is shown, the marks are drawn on the
 // frame's own picture and saved as the window saves them.
@@ -83,6 +84,11 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
   ToolWindow window(session, onStep);
   view::Transport transport(session, fields, window);
   search::SearchDriver driver(session, fields, window, transport);
+  std::unique_ptr<search::DecodeAhead> ahead;
+  if (options.threads > 1) {
+    ahead = std::make_unique<search::DecodeAhead>(session.platform.files, options.threads);
+    driver.setDecodeAhead(ahead.get());
+  }
   std::size_t boxesBefore = tool.boxes().size();
   bool ended = false;
   std::size_t records = 0;
@@ -145,6 +151,9 @@ bool parseOptions(const Args& args, CommandOptions& o) {
       o.json = true;
     } else if (a == "--back") {
       o.search.direction = Direction::Back;
+    } else if (a == "--threads" && hasValue && parseInt(args[i + 1], n) && n >= 1 && n <= 256) {
+      o.search.threads = static_cast<int>(n);
+      ++i;
     } else if (a == "--all") {
       o.search.all = true;
     } else if (a == "--from" && hasValue && parseInt(args[i + 1], n)) {

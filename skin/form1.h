@@ -142,6 +142,9 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
   void imgLeftSearch_Click() { m_search.Click(search::Direction::Back); }
   void imgRightSearch_Click() { m_search.Click(search::Direction::Forward); }
   search::SearchDriver& searchDriver() { return m_search; }
+  // Threads that decode ahead during a search; 1 decodes in the search's own order of work.
+  void setDecodeThreads(int threads);
+  search::DecodeAhead* decodeAhead() { return m_decodeAhead.get(); }
   void imgSetting_Click();
   void picShowAVI_MouseDown(Integer Button, Integer Shift, Single X, Single Y);
   void picShowAVI_MouseMove(Integer Button, Integer Shift, Single X, Single Y);
@@ -181,6 +184,7 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
 
   view::Transport m_transport;
   search::SearchDriver m_search;
+  std::unique_ptr<search::DecodeAhead> m_decodeAhead;
 
   // Form_Load found another running copy: this one ends without touching anything.
   bool m_endingSecondCopy = false;

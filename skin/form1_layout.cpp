@@ -66,7 +66,19 @@ Form1::Form1(toolkit::Host& host, review::Session& session, Windows& windows)
       frmSetting(windows.frmSetting),
       frmWait(windows.frmWait),
       m_transport(session, *this, *this),
-      m_search(session, *this, *this, m_transport) {}
+      m_search(session, *this, *this, m_transport) {
+  // Decoding ahead does not yet beat one thread on two cores (search_bench): decode in line.
+  setDecodeThreads(1);
+}
+
+void Form1::setDecodeThreads(int threads) {
+  m_search.setDecodeAhead(nullptr);
+  m_decodeAhead.reset();
+  if (threads > 1) {
+    m_decodeAhead = std::make_unique<search::DecodeAhead>(session.platform.files, threads);
+    m_search.setDecodeAhead(m_decodeAhead.get());
+  }
+}
 
 void Form1::createControls() {
   Caption = std::string("Harrowglen 1.0");

@@ -155,13 +155,13 @@ int TOWMV(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::strin
     throw ExportFailure(failureText(target, "The clip's picture size cannot be made a video."));
   }
   writeReplacing(files, target, source, [&](toolkit::WritableFile& out) {
-    toolkit::VideoSpec spec;
-    spec.width = width;
-    spec.height = height;
-    spec.frameDurationNum = clipMicroSecPerFrame(files, source);
-    spec.frameDurationDen = 1000000;
+    toolkit::VideoSpec video;
+    video.width = width;
+    video.height = height;
+    video.frameDurationNum = clipMicroSecPerFrame(files, source);
+    video.frameDurationDen = 1000000;
     auto input = files.openRead(source);
-    toolkit::WmvWriter writer(out, spec);
+    toolkit::WmvWriter writer(out, video);
     for (std::int32_t i = 0; i < count; ++i) {
       const auto picture = toolkit::decodeJpeg(readFrame(clip, *input, first + i));
       if (!picture) {

@@ -85,6 +85,11 @@ std::span<const std::uint8_t> AnalyseBMP::readBitmap(const std::string& path) {
   return m_fileBytes;
 }
 
+void AnalyseBMP::setAheadSource(
+    std::function<bool(std::span<const std::uint8_t>, std::vector<std::uint8_t>&)> source) {
+  m_jpgToBmp->setAheadSource(std::move(source));
+}
+
 Long AnalyseBMP::AnalyseFrame(const std::string& JpgPath, Integer CellSize,
                               const FrameInputs& inputs) {
   ChangedCellCount = 0;

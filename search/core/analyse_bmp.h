@@ -94,6 +94,10 @@ class AnalyseBMP {
   AnalyseBMP& operator=(const AnalyseBMP&) = delete;
 
   void setConverter(Converter converter);
+  // Bitmaps decoded ahead for the conversion of JPG_TO_BMP (see JpgToBmpConverter); none by
+  // default.
+  void setAheadSource(
+      std::function<bool(std::span<const std::uint8_t>, std::vector<std::uint8_t>&)> source);
 
   // Converts the frame at JpgPath to "1.bmp" in the same folder, reduces it to cells of
   // CellSize pixels, stores the means in the buffer StoreInA/StoreInB names, compares when due,

@@ -58,6 +58,12 @@ void SearchDriver::Click(Direction direction) {
   own = kTrue;
   f.MarkedPictureShowing = kFalse;
 
+  if (m_ahead) {
+    m_session.AnalyseBMP.setAheadSource(
+        [this](std::span<const std::uint8_t> jpeg, std::vector<std::uint8_t>& bitmap) {
+          return m_ahead->take(jpeg, bitmap);
+        });
+  }
   SearchOutcome outcome;
   outcome.direction = direction;
   bool reachedEnd = false;
@@ -124,6 +130,10 @@ void SearchDriver::Click(Direction direction) {
         toolkit::MessageBoxRequest::critical(toolkit::errorBoxText(handlerName(direction), e)));
   }
 
+  // Frames decoded ahead stay for a search that goes on from here; the next want() drops those
+  // it does not reach.
+  if (m_ahead) m_session.AnalyseBMP.setAheadSource({});
+
   // Finish.
   o.SearchPhaseA = kTrue;
   o.SearchPhaseB = kTrue;
@@ -155,6 +165,7 @@ bool SearchDriver::stopChecks(Direction direction) {
 
 void SearchDriver::stepPart(Direction direction, bool& reachedEnd, SearchOutcome& outcome) {
   review::OpenSaveFile& o = m_session.OpenSaveFile;
+  if (m_ahead) decodeAhead(direction);
   // The two ends differ: forward ends on the last frame, since StepForward leaves -1 there;
   // backward passes frame 0 (which leaves TotalFrames) and ends one step later, on the last frame.
   if (direction == Direction::Back) {
@@ -171,6 +182,24 @@ void SearchDriver::stepPart(Direction direction, bool& reachedEnd, SearchOutcome
     o.SearchPhaseA = kTrue;
     o.SearchPhaseB = kTrue;
   }
+}
+
+void SearchDriver::decodeAhead(Direction direction) {
+  const clip::SeparateMJPG& clip = m_session.SeparateMJPG;
+  const auto total =
+      static_cast<std::int64_t>(std::min(clip.FrameSizes.size(), clip.FramePositions.size()));
+  if (total <= 0) return;
+  const int depth = 2 * m_ahead->threads() + 1;
+  std::vector<FramePlace> next;
+  std::int64_t frame = clip.ExtractedFrame.value();
+  for (int k = 0; k < depth && k < total; ++k) {
+    frame = direction == Direction::Forward ? frame + 1 : frame - 1;
+    frame = ((frame % total) + total) % total;
+    const auto i = static_cast<std::size_t>(frame);
+    next.push_back({static_cast<std::int32_t>(frame), std::int64_t{clip.FramePositions[i]} - 1,
+                    clip.FrameSizes[i]});
+  }
+  m_ahead->want(clip.ClipPath, next);
 }
 
 void SearchDriver::analyse(const std::string& jpgPath) {

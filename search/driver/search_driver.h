@@ -17,6 +17,7 @@
 
 #include "review/session.h"
 #include "search/core/analyse_bmp.h"
+#include "search/driver/decode_ahead.h"
 #include "toolkit/core/image.h"
 #include "view/transport.h"
 
@@ -68,6 +69,10 @@ class SearchDriver {
   // Called at the end of every search, nested ones included, before the next one starts.
   std::function<void(const SearchOutcome&)> onFinished;
 
+  // Threads that decode the next frames while the search compares; none decodes in the search's
+  // own order of work. The search finds and leaves exactly the same either way.
+  void setDecodeAhead(DecodeAhead* ahead) { m_ahead = ahead; }
+
  private:
   bool stopChecks(Direction direction);
   void stepPart(Direction direction, bool& reachedEnd, SearchOutcome& outcome);
@@ -76,11 +81,14 @@ class SearchDriver {
   void found(const std::vector<CellPoint>& corners);
   void endOfRun(Direction direction);
   void analyse(const std::string& jpgPath);
+  // Asks the decoding threads for the frames the next steps of `direction` will reach.
+  void decodeAhead(Direction direction);
 
   review::Session& m_session;
   review::Form1Fields& m_fields;
   SearchWindow& m_window;
   view::Transport& m_transport;
+  DecodeAhead* m_ahead = nullptr;
 };
 
 // The name of the handler of a direction, for its error box.

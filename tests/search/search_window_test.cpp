@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "app/clip_search.h"
+#include "clip/clip_writer.h"
 #include "tests/support/window_fixture.h"
 #include "toolkit/core/program_folder.h"
 
@@ -464,3 +465,98 @@ TEST_F(SearchWindowTest, TheToolFindsWhatTheWindowFinds) {
 }
 
 }  // namespace
+
+namespace {
+
+// One user's session of searches, with stops and turns delivered at chosen yields, and all it
+// leaves after each click: outcomes, thresholds, the frame on show and the scratch files.
+struct SessionRecord {
+  std::vector<std::string> steps;
+  std::size_t taken = 0;
+};
+
+std::string describe(const SearchOutcome& o) {
+  std::string s = std::to_string(static_cast<int>(o.direction)) + "/" +
+                  std::to_string(static_cast<int>(o.ended)) + "/" + std::to_string(o.comparisons) +
+                  "/" + std::to_string(o.reachedEnd) + ":";
+  for (const auto& p : o.marked)
+    s += std::to_string(p.X.value()) + "," + std::to_string(p.Y.value()) + ";";
+  return s;
+}
+
+SessionRecord recordSession(int threads) {
+  testing_support::TempDir dir;
+  toolkit::testing::TestHost host(dir.path());
+  review::Session session(host.platform);
+  skin::Windows windows(host.host, session);
+  skin::Form1& f = windows.Form1;
+  f.setDecodeThreads(threads);
+  f.Show();
+  std::vector<std::vector<std::uint8_t>> jpegs;
+  const std::vector<Square> squares = {
+      {320, 160, 48, 5, 9}, {96, 96, 32, 14, 20}, {420, 220, 40, 26, 30}};
+  for (int i = 0; i < 34; ++i) jpegs.push_back(testing_support::sceneJpeg(640, 480, squares, i));
+  const std::string path = dir.file("scene.HGV");
+  clip::writeClip(host.files, path, 640, 480, jpegs);
+  host.dialogs.answer(path);
+  f.imgFile_Click();
+
+  SessionRecord record;
+  std::vector<SearchOutcome> outcomes;
+  f.searchDriver().onFinished = [&](const SearchOutcome& o) { outcomes.push_back(o); };
+  const auto note = [&] {
+    std::string s;
+    for (const auto& o : outcomes) s += describe(o) + " ";
+    outcomes.clear();
+    s += "T" + std::to_string(session.AnalyseBMP.ChangeThreshold.value()) + " F" +
+         std::to_string(session.OpenSaveFile.CurrentFrame.value()) + " L" +
+         f.lblImageID->Caption() + " B" + std::to_string(f.picBlock->Left());
+    for (const char* name : {"Temp.jpg", "1.bmp", "temp.bmp"}) {
+      const std::string file = dir.file(name);
+      const auto bytes =
+          std::filesystem::exists(file) ? readBytes(file) : std::vector<std::uint8_t>{};
+      s += std::string(" ") + name + "=" +
+           std::to_string(std::hash<std::string>{}(std::string(bytes.begin(), bytes.end())));
+    }
+    record.steps.push_back(s);
+  };
+  const auto at = [&](int n, std::function<void()> action) {
+    host.host.onYield = [n, action, count = 0]() mutable {
+      if (++count == n) action();
+    };
+  };
+  f.imgRightSearch_Click();  // the first square comes
+  note();
+  at(4, [&] { toolkit::testing::postClick(*f.imgPausePlay); });
+  f.imgRightSearch_Click();  // paused on the way
+  note();
+  f.imgRightSearch_Click();  // the first square goes
+  note();
+  at(3, [&] { toolkit::testing::postClick(*f.imgLeftSearch); });
+  f.imgRightSearch_Click();  // turned back at once
+  note();
+  at(6, [&] { toolkit::testing::postClick(*f.imgRightSearch); });
+  f.imgLeftSearch_Click();  // turned forward later
+  note();
+  host.host.onYield = {};
+  for (int i = 0; i < 8; ++i) {
+    f.imgRightSearch_Click();
+    note();
+  }
+  f.imgLeftSearch_Click();  // back over frame 0 to the last frame
+  note();
+  record.taken = f.decodeAhead() ? f.decodeAhead()->taken() : 0;
+  return record;
+}
+
+}  // namespace
+
+TEST(SearchThreadsTest, DecodingAheadFindsAndLeavesExactlyWhatOneThreadDoes) {
+  toolkit::testing::ensureApplication();
+  const SessionRecord one = recordSession(1);
+  const SessionRecord three = recordSession(3);
+  ASSERT_EQ(one.steps.size(), three.steps.size());
+  for (std::size_t i = 0; i < one.steps.size(); ++i) EXPECT_EQ(one.steps[i], three.steps[i]) << i;
+  EXPECT_EQ(one.taken, 0u);
+  EXPECT_GT(three.taken, 0u) << "the threads did decode ahead";
+}

@@ -145,7 +145,7 @@ TEST_F(WindowsTest, TheDialogsHaveTheirStoredControls) {
   skin::frmExportVideo& save = m_windows.frmExportVideo;
   EXPECT_EQ(save.window()->windowTitle(), "Save File");
   EXPECT_EQ(save.window()->size(), QSize(549, 590));
-  EXPECT_FALSE(save.fraHGV->Enabled);
+  EXPECT_TRUE(save.fraHGV->Enabled) << "stored switched off, Form_Load switches it on";
   EXPECT_TRUE(save.fraWMV->Enabled);
   EXPECT_EQ(save.cmdChageSaveAddr->button()->text(), "&Change...");
   EXPECT_EQ(save.lblHGV->Caption(), "Harrowglen Camera Video Clip(*.HGV)");

@@ -61,11 +61,29 @@ bool JpgToBmpConverter::decode(const std::string& source) {
     m_jpeg.resize(static_cast<std::size_t>(in->length()));
     m_jpeg.resize(in->readAt(0, m_jpeg));
     in.reset();
+    if (m_ahead && m_ahead(m_jpeg, m_bmp)) {
+      m_decoded = true;
+      return m_decoded;
+    }
     m_decoded = decodeInto(m_jpeg);
   } catch (const RuntimeError&) {
   } catch (const std::bad_alloc&) {
   }
   return m_decoded;
+}
+
+bool JpgToBmpConverter::decodeBytes(std::span<const std::uint8_t> jpeg) {
+  try {
+    m_decoded = decodeInto(jpeg);
+  } catch (const std::bad_alloc&) {
+    m_decoded = false;
+  }
+  return m_decoded;
+}
+
+std::vector<std::uint8_t> JpgToBmpConverter::takeBitmap() {
+  m_decoded = false;
+  return std::move(m_bmp);
 }
 
 bool JpgToBmpConverter::write(const std::string& target) {

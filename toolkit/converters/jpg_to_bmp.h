@@ -10,6 +10,7 @@
 // its pixels are those every other decoder of the program sees.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -50,6 +51,17 @@ class JpgToBmpConverter {
   // next call of decode() or convert().
   std::span<const std::uint8_t> bitmap() const;
 
+  // Decodes JPEG bytes as decode() decodes a file's, for threads that decode ahead; then
+  // takeBitmap() moves the bitmap out.
+  bool decodeBytes(std::span<const std::uint8_t> jpeg);
+  std::vector<std::uint8_t> takeBitmap();
+
+  // Bitmaps decoded ahead: given the bytes decode() just read, puts their bitmap (as decodeBytes
+  // makes it) into the vector and returns true, or returns false and decode() decodes them itself.
+  using AheadSource =
+      std::function<bool(std::span<const std::uint8_t> jpeg, std::vector<std::uint8_t>& bitmap)>;
+  void setAheadSource(AheadSource source) { m_ahead = std::move(source); }
+
  private:
   bool decodeInto(std::span<const std::uint8_t> jpeg);
 
@@ -58,6 +70,7 @@ class JpgToBmpConverter {
   std::vector<std::uint8_t> m_jpeg;
   std::vector<std::uint8_t> m_bmp;
   bool m_decoded = false;
+  AheadSource m_ahead;
 };
 
 // The library's one function: one conversion with a converter of its own. The result tells

@@ -25,10 +25,10 @@ std::string avError(int code) {
 
 }  // namespace
 
-std::int64_t defaultWmvBitRate(const VideoSpec& spec) {
-  const double fps = static_cast<double>(spec.frameDurationDen) /
-                     static_cast<double>(std::max<std::int64_t>(spec.frameDurationNum, 1));
-  const double bits = 0.1 * spec.width * spec.height * std::clamp(fps, 1.0, 60.0);
+std::int64_t defaultWmvBitRate(const VideoSpec& video) {
+  const double fps = static_cast<double>(video.frameDurationDen) /
+                     static_cast<double>(std::max<std::int64_t>(video.frameDurationNum, 1));
+  const double bits = 0.1 * video.width * video.height * std::clamp(fps, 1.0, 60.0);
   return std::clamp(static_cast<std::int64_t>(bits), std::int64_t{100'000},
                     std::int64_t{8'000'000});
 }
@@ -121,11 +121,11 @@ struct WmvWriter::State {
   }
 };
 
-WmvWriter::WmvWriter(WritableFile& file, const VideoSpec& spec)
+WmvWriter::WmvWriter(WritableFile& file, const VideoSpec& video)
     : m_state(std::make_unique<State>(file)) {
   State& s = *m_state;
-  s.width = spec.width & ~1;
-  s.height = spec.height & ~1;
+  s.width = video.width & ~1;
+  s.height = video.height & ~1;
   if (s.width < 2 || s.height < 2) throw VideoError("The picture is too small for a video.");
 
   // The encoder's notes (coefficients clipped and the like) are not the user's business.
@@ -156,14 +156,14 @@ WmvWriter::WmvWriter(WritableFile& file, const VideoSpec& spec)
   if (!s.codec || !s.frame || !s.packet) throw VideoError("Out of memory.");
   // The codec's time base must fit 16 bits.
   int num = 0, den = 0;
-  av_reduce(&num, &den, std::max<std::int64_t>(spec.frameDurationNum, 1),
-            std::max<std::int64_t>(spec.frameDurationDen, 1), 65535);
+  av_reduce(&num, &den, std::max<std::int64_t>(video.frameDurationNum, 1),
+            std::max<std::int64_t>(video.frameDurationDen, 1), 65535);
   s.codec->time_base = {std::max(num, 1), std::max(den, 1)};
   s.codec->framerate = {s.codec->time_base.den, s.codec->time_base.num};
   s.codec->width = s.width;
   s.codec->height = s.height;
   s.codec->pix_fmt = AV_PIX_FMT_YUV420P;
-  s.codec->bit_rate = spec.bitRate > 0 ? spec.bitRate : defaultWmvBitRate(spec);
+  s.codec->bit_rate = video.bitRate > 0 ? video.bitRate : defaultWmvBitRate(video);
   s.codec->gop_size = 12;
   if (s.format->oformat->flags & AVFMT_GLOBALHEADER) {
     s.codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;

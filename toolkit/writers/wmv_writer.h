@@ -31,19 +31,19 @@ struct VideoSpec {
   std::int64_t bitRate = 0;  // bits per second; 0 chooses one from the size and the rate
 };
 
-// The bit rate chosen for a spec without one: about a tenth of a bit per pixel, which keeps
+// The bit rate chosen for a video without one: about a tenth of a bit per pixel, which keeps
 // footage recognisable at a fraction of the size of its JPEG pictures.
-std::int64_t defaultWmvBitRate(const VideoSpec& spec);
+std::int64_t defaultWmvBitRate(const VideoSpec& video);
 
 class WmvWriter {
  public:
   // Writes the header at once. Throws VideoError, or the file's RuntimeError.
-  WmvWriter(WritableFile& file, const VideoSpec& spec);
+  WmvWriter(WritableFile& file, const VideoSpec& video);
   ~WmvWriter();
   WmvWriter(const WmvWriter&) = delete;
   WmvWriter& operator=(const WmvWriter&) = delete;
 
-  // The next picture, of the spec's size.
+  // The next picture, of the video's picture size.
   void addPicture(const RgbImage& picture);
   // Drains the encoder and completes the file.
   void finish();
