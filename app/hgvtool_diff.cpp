@@ -144,9 +144,9 @@ int diffPictures(const std::string& older, const std::string& newer, const DiffO
   const std::string scratch = toolkit::inFolder(session.platform().programFolder, "Temp.jpg");
   const auto copyToScratch = [&](const std::string& picture) {
     const std::string bytes = toolkit::readWholeFile(files, picture);
-    auto file = files.openWrite(scratch);
-    file->writeAt(0, std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
-    file->truncate(static_cast<std::int64_t>(bytes.size()));
+    toolkit::writeWholeFile(
+        files, scratch,
+        std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
   };
   Comparison comparison(session.platform(), o);
   const std::string* current = &older;

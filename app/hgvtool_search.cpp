@@ -44,10 +44,7 @@ class ToolWindow : public search::SearchWindow {
     search::drawMarks(m_marked, corners);
   }
   void SaveMarkedPicture(const std::string& path) override {
-    const std::vector<std::uint8_t> bytes = toolkit::encodeBmp24(m_marked);
-    auto file = m_session.platform.files.openWrite(path);
-    file->writeAt(0, bytes);
-    file->truncate(static_cast<std::int64_t>(bytes.size()));
+    toolkit::writeWholeFile(m_session.platform.files, path, toolkit::encodeBmp24(m_marked));
   }
   void ShutDownSession() override {}
 

@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <ostream>
 
 #include "app/hgvtool_commands.h"
@@ -108,24 +107,11 @@ bool parseInt(const std::string& text, long long& value) {
 
 bool writeFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,
                          std::ostream& err) {
-  const std::string partial = path + ".partial";
-  {
-    std::ofstream out(partial, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()),
-              static_cast<std::streamsize>(bytes.size()));
-    out.flush();
-    if (!out) {
-      err << "hgvtool: cannot write " << path << "\n";
-      std::error_code ec;
-      std::filesystem::remove(partial, ec);
-      return false;
-    }
-  }
-  std::error_code ec;
-  std::filesystem::rename(partial, path, ec);
-  if (ec) {
-    err << "hgvtool: cannot write " << path << ": " << ec.message() << "\n";
-    std::filesystem::remove(partial, ec);
+  toolkit::PosixFileSystem files;
+  try {
+    toolkit::replaceFile(files, path, [&](toolkit::WritableFile& file) { file.writeAt(0, bytes); });
+  } catch (const toolkit::RuntimeError& e) {
+    err << "hgvtool: cannot write " << path << ": " << e.description() << "\n";
     return false;
   }
   return true;

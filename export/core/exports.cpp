@@ -31,8 +31,8 @@ bool sameFile(const std::string& a, const std::string& b) {
   return ec ? a == b : ca == cb;
 }
 
-// Runs `write` on a temporary file beside `destination` and puts the file in place when it
-// returns; on any failure the temporary file goes and the destination stays as it was.
+// Runs `write` through replaceFile, refusing the open clip as destination and turning every
+// failure into one that names the destination.
 void writeReplacing(toolkit::FileSystem& files, const std::string& destination,
                     const std::string& openClip,
                     const std::function<void(toolkit::WritableFile&)>& write) {
@@ -42,30 +42,14 @@ void writeReplacing(toolkit::FileSystem& files, const std::string& destination,
                         "\" is the clip on show and cannot be replaced by an export.\r\n"
                         "Choose another file name.");
   }
-  const std::string temporary = destination + ".part";
-  const auto discard = [&] {
-    try {
-      if (files.exists(temporary)) files.remove(temporary);
-    } catch (const RuntimeError&) {
-      // Nothing more can be done about a temporary file that cannot be removed.
-    }
-  };
   try {
-    {
-      auto file = files.openWrite(temporary);
-      file->truncate(0);
-      write(*file);
-    }
-    files.rename(temporary, destination);
+    toolkit::replaceFile(files, destination, write);
   } catch (const RuntimeError& e) {
-    discard();
     throw ExportFailure(
         failureText(destination, "Error:" + std::to_string(e.number()) + "\r\n" + e.description()));
   } catch (const toolkit::VideoError& e) {
-    discard();
     throw ExportFailure(failureText(destination, e.what()));
   } catch (const ExportFailure& e) {
-    discard();
     throw ExportFailure(failureText(destination, e.what()));
   }
 }

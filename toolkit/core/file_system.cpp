@@ -129,6 +129,32 @@ void PosixFileSystem::rename(const std::string& from, const std::string& to) {
   if (::rename(from.c_str(), to.c_str()) != 0) throwFileError(errno, true);
 }
 
+void writeWholeFile(FileSystem& fs, const std::string& path, std::span<const std::uint8_t> bytes) {
+  auto file = fs.openWrite(path);
+  file->writeAt(0, bytes);
+  file->truncate(static_cast<std::int64_t>(bytes.size()));
+}
+
+void replaceFile(FileSystem& fs, const std::string& path,
+                 const std::function<void(WritableFile&)>& write) {
+  const std::string temporary = path + ".part";
+  try {
+    {
+      auto file = fs.openWrite(temporary);
+      file->truncate(0);
+      write(*file);
+    }
+    fs.rename(temporary, path);
+  } catch (...) {
+    try {
+      if (fs.exists(temporary)) fs.remove(temporary);
+    } catch (const RuntimeError&) {
+      // Nothing more can be done about a temporary file that cannot be removed.
+    }
+    throw;
+  }
+}
+
 std::string readWholeFile(FileSystem& fs, const std::string& path) {
   auto file = fs.openRead(path);
   std::string bytes(static_cast<std::size_t>(file->length()), '\0');

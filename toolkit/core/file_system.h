@@ -5,6 +5,7 @@
 // Failures are RuntimeErrors with the old toolkit's numbers.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -55,5 +56,15 @@ class PosixFileSystem : public FileSystem {
 
 // Reads a whole file; throws like openRead.
 std::string readWholeFile(FileSystem& fs, const std::string& path);
+
+// Makes `bytes` the whole of the file at `path`, cutting any longer old tail; throws like
+// openWrite and writeAt.
+void writeWholeFile(FileSystem& fs, const std::string& path, std::span<const std::uint8_t> bytes);
+
+// Lets `write` fill a temporary file beside `path` ("<path>.part") and puts it in the place of
+// `path` only when `write` has returned. Whatever `write` or the file system throws is rethrown
+// after the temporary file is removed; the file at `path` is then as it was.
+void replaceFile(FileSystem& fs, const std::string& path,
+                 const std::function<void(WritableFile&)>& write);
 
 }  // namespace toolkit

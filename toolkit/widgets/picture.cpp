@@ -64,10 +64,7 @@ Picture LoadPicture(FileSystem& files, const std::string& path) {
 }
 
 void SavePicture(FileSystem& files, const Picture& picture, const std::string& path) {
-  std::vector<std::uint8_t> bytes = encodeBmp24(picture.toRgb());
-  auto file = files.openWrite(path);
-  file->writeAt(0, bytes);
-  file->truncate(static_cast<std::int64_t>(bytes.size()));
+  writeWholeFile(files, path, encodeBmp24(picture.toRgb()));
 }
 
 }  // namespace toolkit
