@@ -3,12 +3,12 @@
 #include <sstream>
 
 #include "app/hgvtool_commands.h"
+#include "clip/clip_writer.h"
 #include "search/core/analyse_bmp.h"
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/message_box.h"
-#include "clip/clip_writer.h"
 #include "toolkit/writers/synthetic_scene.h"
 
 namespace search {

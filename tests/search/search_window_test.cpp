@@ -154,17 +154,6 @@ TEST_F(SearchWindowTest, AResultOnTheLastComparisonAndTheSearchFromTheEndMarkAft
   expectMarkedResult(0, m_outcomes[1]);
 }
 
-TEST_F(SearchWindowTest, FromTheEndMarkOfTheLastFrameTheSearchWalksTheWholeClip) {
-  skin::Form1& f = openScene(6, {});
-  for (int i = 0; i < 5; ++i) f.imgRightStep_Click();
-  ASSERT_EQ(state().CurrentFrame, Integer(-1));
-  f.imgRightSearch_Click();
-  ASSERT_EQ(m_outcomes.size(), 1u);
-  EXPECT_EQ(m_outcomes[0].ended, Ended::EndOfRun);
-  EXPECT_EQ(m_outcomes[0].comparisons, 6);
-  expectRestingOn(5, -1);
-}
-
 TEST_F(SearchWindowTest, BackwardFindsTheFrameWhereTheSquareStillStood) {
   skin::Form1& f = openScene(10, kComesAndGoes);
   for (int i = 0; i < 9; ++i) f.imgRightStep_Click();
@@ -193,16 +182,6 @@ TEST_F(SearchWindowTest, BackwardPassesFrameZeroAndEndsOnTheLastFrame) {
   ASSERT_EQ(m_outcomes.size(), 2u);
   EXPECT_EQ(m_outcomes[1].comparisons, 1);
   expectRestingOn(5, 5);
-}
-
-TEST_F(SearchWindowTest, BackwardOverFrameZeroFindsAChangeOnTheLastFrame) {
-  skin::Form1& f = openScene(6, {{320, 160, 48, 5, 6}});
-  for (int i = 0; i < 3; ++i) f.imgRightStep_Click();
-  f.imgLeftSearch_Click();
-  ASSERT_EQ(m_outcomes.size(), 1u);
-  EXPECT_EQ(m_outcomes[0].comparisons, 4);
-  expectRestingOn(5, 5);
-  expectMarkedResult(5, m_outcomes[0]);
 }
 
 TEST_F(SearchWindowTest, ChangesOutsideTheAreaAreWalkedPast) {
