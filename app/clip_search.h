@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "app/hgvtool_support.h"
+#include "search/driver/decode_ahead.h"
 #include "search/driver/search_driver.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/rect.h"
@@ -25,7 +26,8 @@ struct SearchOptions {
   int threshold = 0;        // ChangeThreshold carried in
   int count = 1;            // searches one after another, each from where the last one stopped
   bool all = false;         // on until a search comes to the end of the run
-  int threads = 1;          // decoding threads ahead of the search; 1 decodes in line
+  // Threads decoding ahead of the search; 1 decodes in line.
+  int threads = search::defaultDecodeThreads();
 };
 
 // One search as the window would have left it.

@@ -21,7 +21,7 @@ using toolkit::kFalse;
 constexpr const char* kUsage =
     "usage: hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
     "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
-    "                      [--threads N]   (threads decoding ahead; default 1, in line)\n";
+    "                      [--threads N]   (threads decoding ahead; default the cores, 1 in line)\n";
 
 // What the search asks of a window, without one: nothing is shown, the marks are drawn on the
 // frame's own picture and saved as the window saves them.

@@ -67,8 +67,7 @@ Form1::Form1(toolkit::Host& host, review::Session& session, Windows& windows)
       frmWait(windows.frmWait),
       m_transport(session, *this, *this),
       m_search(session, *this, *this, m_transport) {
-  // Decoding ahead does not yet beat one thread on two cores (search_bench): decode in line.
-  setDecodeThreads(1);
+  setDecodeThreads(search::defaultDecodeThreads());
 }
 
 void Form1::setDecodeThreads(int threads) {

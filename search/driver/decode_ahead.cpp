@@ -7,6 +7,10 @@
 
 namespace search {
 
+int defaultDecodeThreads() {
+  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
+
 DecodeAhead::DecodeAhead(toolkit::FileSystem& files, int threads)
     : m_files(files), m_threadCount(std::max(threads, 1)) {}
 
@@ -16,11 +20,20 @@ DecodeAhead::~DecodeAhead() {
     m_stopping = true;
     m_jobs.clear();
   }
-  m_changed.notify_all();
+  m_workWaiting.notify_all();
+  m_jobDone.notify_all();
   for (std::thread& t : m_threads) t.join();
 }
 
+void DecodeAhead::recycle(Job& job) {
+  // Enough for every job in flight; more would only hold memory.
+  const auto keep = static_cast<std::size_t>(4 * m_threadCount + 2);
+  if (!job.bitmap.empty() && m_spare.size() < keep) m_spare.push_back(std::move(job.bitmap));
+  job.bitmap.clear();
+}
+
 void DecodeAhead::want(const std::string& path, const std::vector<FramePlace>& frames) {
+  int added = 0;
   {
     std::lock_guard lock(m_mutex);
     if (m_threads.empty()) {
@@ -31,8 +44,12 @@ void DecodeAhead::want(const std::string& path, const std::vector<FramePlace>& f
              std::any_of(frames.begin(), frames.end(),
                          [&](const FramePlace& p) { return p.frame == job.place.frame; });
     };
+    // Work not started and finished work nobody took stay only while they may still be wanted;
+    // running work finishes on its own and is dropped when it is done.
     std::erase_if(m_jobs, [&](const std::shared_ptr<Job>& job) {
-      return !job->running && !job->done && !wanted(*job);
+      if (job->running || wanted(*job)) return false;
+      recycle(*job);
+      return true;
     });
     for (const FramePlace& place : frames) {
       const bool known = std::any_of(m_jobs.begin(), m_jobs.end(), [&](const auto& job) {
@@ -43,56 +60,64 @@ void DecodeAhead::want(const std::string& path, const std::vector<FramePlace>& f
       job->path = path;
       job->place = place;
       m_jobs.push_back(std::move(job));
+      ++added;
     }
-    // Finished work nobody took stays only while it may still be wanted.
-    std::erase_if(m_jobs,
-                  [&](const std::shared_ptr<Job>& job) { return job->done && !wanted(*job); });
   }
-  m_changed.notify_all();
+  for (int i = 0; i < added; ++i) m_workWaiting.notify_one();
 }
 
-bool DecodeAhead::take(std::span<const std::uint8_t> jpeg, std::vector<std::uint8_t>& bitmap) {
+bool DecodeAhead::take(const std::string& path, std::int32_t frame,
+                       std::span<const std::uint8_t> jpeg, std::vector<std::uint8_t>& bitmap) {
   std::unique_lock lock(m_mutex);
-  for (;;) {
-    std::shared_ptr<Job> match;
-    for (const auto& job : m_jobs) {
-      if (job->place.size == static_cast<std::int64_t>(jpeg.size())) {
-        match = job;
-        break;
-      }
-    }
-    if (!match) return false;
-    if (!match->running && !match->done) {
-      // No thread has started it: the search decodes it itself, and no thread does it twice.
-      std::erase(m_jobs, match);
-      return false;
-    }
-    m_changed.wait(lock, [&] { return match->done || m_stopping; });
+  const auto it = std::find_if(m_jobs.begin(), m_jobs.end(), [&](const auto& job) {
+    return job->path == path && job->place.frame == frame;
+  });
+  if (it == m_jobs.end()) return false;
+  const std::shared_ptr<Job> job = *it;
+  if (job->running || job->done) {
+    m_jobDone.wait(lock, [&] { return job->done || m_stopping; });
     if (m_stopping) return false;
-    std::erase(m_jobs, match);
-    if (match->decoded &&
-        std::equal(jpeg.begin(), jpeg.end(), match->jpeg.begin(), match->jpeg.end())) {
-      bitmap = std::move(match->bitmap);
-      ++m_taken;
-      return true;
-    }
-    // Same size, other bytes: look on.
   }
+  std::erase(m_jobs, job);
+  const std::span<const std::uint8_t> own = job->jpeg;
+  const bool counts = job->decoded && own.size() <= jpeg.size() &&
+                      std::equal(own.begin(), own.end(), jpeg.begin()) &&
+                      (own.size() == jpeg.size() || job->clean);
+  if (counts) {
+    bitmap.swap(job->bitmap);
+    ++m_taken;
+  }
+  recycle(*job);
+  return counts;
 }
 
 void DecodeAhead::clear() {
   std::lock_guard lock(m_mutex);
-  // Running work finishes on its own and is dropped with its job.
+  for (const auto& job : m_jobs) {
+    if (!job->running) recycle(*job);
+  }
   m_jobs.clear();
 }
 
+void DecodeAhead::wait() {
+  std::unique_lock lock(m_mutex);
+  m_jobDone.wait(lock, [&] {
+    return m_stopping ||
+           std::all_of(m_jobs.begin(), m_jobs.end(), [](const auto& job) { return job->done; });
+  });
+}
+
 void DecodeAhead::work() {
-  toolkit::JpgToBmpConverter converter(m_files);
+  toolkit::JpegBitmapDecoder decoder;
+  // The clip stays open while there is work on it.
+  std::string openPath;
+  std::unique_ptr<toolkit::ReadableFile> file;
+  std::vector<std::uint8_t> jpeg;
+  std::vector<std::uint8_t> bitmap;
   std::unique_lock lock(m_mutex);
   for (;;) {
     std::shared_ptr<Job> job;
-    m_changed.wait(lock, [&] {
-      if (m_stopping) return true;
+    const auto found = [&] {
       for (const auto& j : m_jobs) {
         if (!j->running && !j->done) {
           job = j;
@@ -100,31 +125,47 @@ void DecodeAhead::work() {
         }
       }
       return false;
-    });
+    };
+    if (!m_stopping && !found()) {
+      file.reset();
+      openPath.clear();
+      m_workWaiting.wait(lock, [&] { return m_stopping || found(); });
+    }
     if (m_stopping) return;
     job->running = true;
+    if (bitmap.empty() && !m_spare.empty()) {
+      bitmap = std::move(m_spare.back());
+      m_spare.pop_back();
+    }
     lock.unlock();
 
-    std::vector<std::uint8_t> jpeg(static_cast<std::size_t>(job->place.size));
     bool decoded = false;
-    std::vector<std::uint8_t> bitmap;
+    bool clean = false;
     try {
-      auto file = m_files.openRead(job->path);
-      if (file->readAt(job->place.offset, jpeg) == jpeg.size() && converter.decodeBytes(jpeg)) {
-        bitmap = converter.takeBitmap();
-        decoded = true;
+      if (!file || openPath != job->path) {
+        file.reset();
+        openPath.clear();
+        file = m_files.openRead(job->path);
+        openPath = job->path;
       }
+      jpeg.resize(static_cast<std::size_t>(job->place.size));
+      decoded =
+          file->readAt(job->place.offset, jpeg) == jpeg.size() && decoder.decode(jpeg, bitmap);
+      clean = decoded && decoder.clean();
     } catch (const toolkit::RuntimeError&) {
     } catch (const std::bad_alloc&) {
     }
 
     lock.lock();
-    job->jpeg = std::move(jpeg);
-    job->bitmap = std::move(bitmap);
+    job->jpeg.swap(jpeg);
+    if (decoded) job->bitmap.swap(bitmap);
     job->decoded = decoded;
+    job->clean = clean;
     job->running = false;
     job->done = true;
-    m_changed.notify_all();
+    // A job dropped while it ran is in no list any more: its buffer goes back at once.
+    if (std::find(m_jobs.begin(), m_jobs.end(), job) == m_jobs.end()) recycle(*job);
+    m_jobDone.notify_all();
   }
 }
 

@@ -61,7 +61,8 @@ void SearchDriver::Click(Direction direction) {
   if (m_ahead) {
     m_session.AnalyseBMP.setAheadSource(
         [this](std::span<const std::uint8_t> jpeg, std::vector<std::uint8_t>& bitmap) {
-          return m_ahead->take(jpeg, bitmap);
+          const clip::SeparateMJPG& clip = m_session.SeparateMJPG;
+          return m_ahead->take(clip.ClipPath, clip.ExtractedFrame.value(), jpeg, bitmap);
         });
   }
   SearchOutcome outcome;

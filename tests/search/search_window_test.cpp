@@ -475,6 +475,10 @@ SessionRecord recordSession(int threads) {
   const std::vector<Square> squares = {
       {320, 160, 48, 5, 9}, {96, 96, 32, 14, 20}, {420, 220, 40, 26, 30}};
   for (int i = 0; i < 34; ++i) jpegs.push_back(testing_support::sceneJpeg(640, 480, squares, i));
+  // "Temp.jpg" keeps the tail of a longer frame: bytes after a frame's end marker, which no
+  // decoder reads, and a cut-off frame, which the decoder reads on into that tail.
+  jpegs[16].insert(jpegs[16].end(), 3000, 0x55);
+  jpegs[17].resize(jpegs[17].size() / 2);
   const std::string path = dir.file("scene.HGV");
   clip::writeClip(host.files, path, 640, 480, jpegs);
   host.dialogs.answer(path);

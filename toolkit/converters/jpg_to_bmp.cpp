@@ -36,11 +36,13 @@ void writeHeader(std::uint8_t* h, int width, int height, std::size_t fileSize) {
 
 }  // namespace
 
-JpgToBmpConverter::JpgToBmpConverter(FileSystem& fs) : m_fs(fs) {}
-
-JpgToBmpConverter::~JpgToBmpConverter() {
+JpegBitmapDecoder::~JpegBitmapDecoder() {
   if (m_tj) tjDestroy(m_tj);
 }
+
+JpgToBmpConverter::JpgToBmpConverter(FileSystem& fs) : m_fs(fs) {}
+
+JpgToBmpConverter::~JpgToBmpConverter() = default;
 
 std::span<const std::uint8_t> JpgToBmpConverter::bitmap() const {
   if (!m_decoded) return {};
@@ -61,29 +63,20 @@ bool JpgToBmpConverter::decode(const std::string& source) {
     m_jpeg.resize(static_cast<std::size_t>(in->length()));
     m_jpeg.resize(in->readAt(0, m_jpeg));
     in.reset();
-    if (m_ahead && m_ahead(m_jpeg, m_bmp)) {
+    if (m_bmpValid && m_jpeg == m_bmpSource) {
       m_decoded = true;
       return m_decoded;
     }
-    m_decoded = decodeInto(m_jpeg);
+    m_bmpValid = false;
+    m_decoded = (m_ahead && m_ahead(m_jpeg, m_bmp)) || m_decoder.decode(m_jpeg, m_bmp);
+    if (m_decoded) {
+      m_bmpSource.swap(m_jpeg);
+      m_bmpValid = true;
+    }
   } catch (const RuntimeError&) {
   } catch (const std::bad_alloc&) {
   }
   return m_decoded;
-}
-
-bool JpgToBmpConverter::decodeBytes(std::span<const std::uint8_t> jpeg) {
-  try {
-    m_decoded = decodeInto(jpeg);
-  } catch (const std::bad_alloc&) {
-    m_decoded = false;
-  }
-  return m_decoded;
-}
-
-std::vector<std::uint8_t> JpgToBmpConverter::takeBitmap() {
-  m_decoded = false;
-  return std::move(m_bmp);
 }
 
 bool JpgToBmpConverter::write(const std::string& target) {
@@ -100,7 +93,9 @@ bool JpgToBmpConverter::write(const std::string& target) {
   return false;
 }
 
-bool JpgToBmpConverter::decodeInto(std::span<const std::uint8_t> jpeg) {
+bool JpegBitmapDecoder::decode(std::span<const std::uint8_t> jpeg,
+                               std::vector<std::uint8_t>& bitmap) {
+  m_clean = false;
   if (jpeg.size() < 4) return false;
   if (!m_tj) m_tj = tjInitDecompress();
   if (!m_tj) return false;
@@ -115,15 +110,16 @@ bool JpgToBmpConverter::decodeInto(std::span<const std::uint8_t> jpeg) {
   const int row = bmpRowBytes(width);
   const std::size_t fileSize =
       kHeaderBytes + static_cast<std::size_t>(row) * static_cast<std::size_t>(height);
-  if (m_bmp.size() != fileSize) m_bmp.assign(fileSize, 0);
-  writeHeader(m_bmp.data(), width, height, fileSize);
+  if (bitmap.size() != fileSize) bitmap.assign(fileSize, 0);
+  writeHeader(bitmap.data(), width, height, fileSize);
 
-  std::uint8_t* pixels = m_bmp.data() + kHeaderBytes;
+  std::uint8_t* pixels = bitmap.data() + kHeaderBytes;
   // A corrupt or cut-off stream is only a warning: libjpeg-turbo fills what is missing, as every
   // other decoder of the program does. Only a fatal error leaves no picture.
-  if (tjDecompress2(m_tj, src, size, pixels, width, row, height, TJPF_BGR, TJFLAG_BOTTOMUP) != 0 &&
-      tjGetErrorCode(m_tj) == TJERR_FATAL) {
-    return false;
+  if (tjDecompress2(m_tj, src, size, pixels, width, row, height, TJPF_BGR, TJFLAG_BOTTOMUP) != 0) {
+    if (tjGetErrorCode(m_tj) == TJERR_FATAL) return false;
+  } else {
+    m_clean = true;
   }
   const int pad = row - width * 3;
   if (pad > 0) {

@@ -22,6 +22,27 @@ namespace toolkit {
 
 class FileSystem;
 
+// JPEG bytes to the bitmap file the converter writes, in memory. Keeps its decoder from one call
+// to the next; a buffer that already has the bitmap's size is reused without being cleared.
+class JpegBitmapDecoder {
+ public:
+  JpegBitmapDecoder() = default;
+  ~JpegBitmapDecoder();
+  JpegBitmapDecoder(const JpegBitmapDecoder&) = delete;
+  JpegBitmapDecoder& operator=(const JpegBitmapDecoder&) = delete;
+
+  // The bitmap file of `jpeg`, header included, into `bitmap`; false when there is no picture.
+  bool decode(std::span<const std::uint8_t> jpeg, std::vector<std::uint8_t>& bitmap);
+  // Whether the last decode() read a whole stream up to its end marker with no warning. Bytes
+  // after that marker are never read, so the same bytes followed by any others give the same
+  // bitmap.
+  bool clean() const { return m_clean; }
+
+ private:
+  void* m_tj = nullptr;
+  bool m_clean = false;
+};
+
 // Keeps the decoder and the bitmap buffer from one call to the next, so that converting every
 // frame of a search allocates nothing once the frame size is known.
 class JpgToBmpConverter {
@@ -51,23 +72,21 @@ class JpgToBmpConverter {
   // next call of decode() or convert().
   std::span<const std::uint8_t> bitmap() const;
 
-  // Decodes JPEG bytes as decode() decodes a file's, for threads that decode ahead; then
-  // takeBitmap() moves the bitmap out.
-  bool decodeBytes(std::span<const std::uint8_t> jpeg);
-  std::vector<std::uint8_t> takeBitmap();
-
-  // Bitmaps decoded ahead: given the bytes decode() just read, puts their bitmap (as decodeBytes
-  // makes it) into the vector and returns true, or returns false and decode() decodes them itself.
+  // Bitmaps decoded ahead: given the bytes decode() just read, swaps their bitmap (as
+  // JpegBitmapDecoder makes it) with the vector, which then holds a buffer the source may reuse,
+  // and returns true; or returns false and decode() decodes the bytes itself.
   using AheadSource =
       std::function<bool(std::span<const std::uint8_t> jpeg, std::vector<std::uint8_t>& bitmap)>;
   void setAheadSource(AheadSource source) { m_ahead = std::move(source); }
 
  private:
-  bool decodeInto(std::span<const std::uint8_t> jpeg);
-
   FileSystem& m_fs;
-  void* m_tj = nullptr;
+  JpegBitmapDecoder m_decoder;
   std::vector<std::uint8_t> m_jpeg;
+  // The bytes m_bmp was decoded from: the same bytes again (a search that starts from the frame
+  // the last one found) are not decoded twice.
+  std::vector<std::uint8_t> m_bmpSource;
+  bool m_bmpValid = false;
   std::vector<std::uint8_t> m_bmp;
   bool m_decoded = false;
   AheadSource m_ahead;
