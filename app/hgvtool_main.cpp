@@ -20,6 +20,8 @@ constexpr const char* kUsage =
     "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
     "                      [--threads N]\n"
     "       hgvtool export CLIP --frame N (--jpg OUT | --hgv OUT | --wmv OUT) [--count K]\n"
+    "       hgvtool scan CLIP_OR_FOLDER... [--area L,T,R,B] [--sensitivity TEXT] [--jobs N]\n"
+    "                    [--out DIR] [--json]\n"
     "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
 
 }  // namespace
@@ -38,6 +40,7 @@ int main(int argc, char** argv) {
   if (command == "diff") return app::runDiff(args, std::cout, std::cerr);
   if (command == "export") return app::runExport(args, std::cout, std::cerr);
   if (command == "search") return app::runSearch(args, std::cout, std::cerr);
+  if (command == "scan") return app::runScan(args, std::cout, std::cerr);
   if (command == "help" || command == "--help" || command == "-h") {
     std::cout << kUsage;
     return 0;

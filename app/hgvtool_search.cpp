@@ -21,7 +21,8 @@ using toolkit::kFalse;
 constexpr const char* kUsage =
     "usage: hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
     "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
-    "                      [--threads N]   (threads decoding ahead; default the cores, 1 in line)\n";
+    "                      [--threads N]   (threads decoding ahead; default the cores, 1 in "
+    "line)\n";
 
 // What the search asks of a window, without one: nothing is shown, the marks are drawn on the
 // frame's own picture and saved as the window saves them.
@@ -122,21 +123,6 @@ struct CommandOptions {
   std::string marked;
   bool json = false;
 };
-
-bool parseArea(const std::string& text, toolkit::Rect& area) {
-  long long v[4];
-  std::size_t start = 0;
-  for (int i = 0; i < 4; ++i) {
-    const std::size_t comma = text.find(',', start);
-    if ((comma == std::string::npos) != (i == 3)) return false;
-    const std::string part = text.substr(start, comma == std::string::npos ? comma : comma - start);
-    if (!parseInt(part, v[i]) || v[i] < INT32_MIN || v[i] > INT32_MAX) return false;
-    start = comma + 1;
-  }
-  area = {static_cast<std::int32_t>(v[0]), static_cast<std::int32_t>(v[1]),
-          static_cast<std::int32_t>(v[2]), static_cast<std::int32_t>(v[3])};
-  return true;
-}
 
 bool parseOptions(const Args& args, CommandOptions& o) {
   bool count = false;

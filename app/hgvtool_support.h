@@ -13,6 +13,7 @@
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/platform.h"
+#include "toolkit/core/rect.h"
 
 namespace app {
 
@@ -62,6 +63,9 @@ std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes);
 
 // Parses a whole decimal number; false if `text` is not one or does not fit.
 bool parseInt(const std::string& text, long long& value);
+
+// Parses "L,T,R,B", four whole numbers of 32 bits.
+bool parseArea(const std::string& text, toolkit::Rect& area);
 
 // Writes bytes to `path` so that no half-written file is left behind: into a neighbour first,
 // then renamed over the target. Returns false (and says why on `err`) on failure.
