@@ -88,15 +88,21 @@ void markThumbnail(toolkit::RgbImage& thumb, int pictureWidth,
 }
 
 // The marked picture the search left as "temp.bmp", shrunk to a JPEG in the thumbnail folder.
-std::string writeThumbnail(ToolSession& tool, const ScanOptions& options, const ScanEvent& event) {
+std::string writeThumbnail(ToolSession& tool, const ScanOptions& options, const ScanEvent& event,
+                           const toolkit::RgbImage* markedPicture) {
   char number[16];
   std::snprintf(number, sizeof number, "%06d", event.frame);
   const std::string name = options.thumbnailPrefix + number + ".jpg";
   try {
-    const std::string marked = toolkit::readWholeFile(
-        tool.platform().files, toolkit::inFolder(tool.platform().programFolder, "temp.bmp"));
-    const auto picture =
-        toolkit::decodeBmp({reinterpret_cast<const std::uint8_t*>(marked.data()), marked.size()});
+    std::optional<toolkit::RgbImage> picture;
+    if (markedPicture) {
+      picture = *markedPicture;
+    } else {
+      const std::string marked = toolkit::readWholeFile(
+          tool.platform().files, toolkit::inFolder(tool.platform().programFolder, "temp.bmp"));
+      picture =
+          toolkit::decodeBmp({reinterpret_cast<const std::uint8_t*>(marked.data()), marked.size()});
+    }
     if (!picture || picture->empty()) return {};
     toolkit::RgbImage thumb = shrink(*picture, kThumbnailWidth);
     markThumbnail(thumb, picture->width, event.marked);
@@ -164,7 +170,7 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
             event.seconds = record.frame * scan.secondsPerFrame;
             event.marked = record.outcome.marked;
             if (!options.thumbnailFolder.empty()) {
-              event.thumbnail = writeThumbnail(tool, options, event);
+              event.thumbnail = writeThumbnail(tool, options, event, record.markedPicture);
             }
             scan.events.push_back(std::move(event));
           },

@@ -37,6 +37,8 @@ struct SearchRecord {
   int frame = 0;         // the real frame on show, from 0
   int changeThreshold = 0;
   std::vector<toolkit::MessageBoxRequest> boxes;  // shown during this search
+  // A result's marked picture, as "temp.bmp" holds it; only while onRecord runs.
+  const toolkit::RgbImage* markedPicture = nullptr;
 };
 
 // The window's view at fit: picBase is 598 x 361 pixels.

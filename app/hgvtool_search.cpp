@@ -40,10 +40,17 @@ class ToolWindow : public search::SearchWindow {
   void setSearchPointer(Direction, bool) override {}
   void ShowCurrentFrame() override {}
   void MarkFrame(const std::vector<search::CellPoint>& corners) override {
-    m_marked =
-        toolkit::loadPicture(m_session.platform.files, m_session.OpenSaveFile.CurrentFrameFile);
+    // The comparison has just decoded this very frame; its bitmap holds the same pixels.
+    const std::string& path = m_session.OpenSaveFile.CurrentFrameFile;
+    const std::string jpeg = toolkit::readWholeFile(m_session.platform.files, path);
+    const auto bitmap = m_session.AnalyseBMP.bitmapOf(
+        {reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size()});
+    std::optional<toolkit::RgbImage> decoded;
+    if (!bitmap.empty()) decoded = toolkit::decodeBmp(bitmap);
+    m_marked = decoded ? std::move(*decoded) : toolkit::loadPicture(m_session.platform.files, path);
     search::drawMarks(m_marked, corners);
   }
+  const toolkit::RgbImage& marked() const { return m_marked; }
   void SaveMarkedPicture(const std::string& path) override {
     toolkit::writeWholeFile(m_session.platform.files, path, toolkit::encodeBmp24(m_marked));
   }
@@ -103,6 +110,8 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
     // clip again.
     ended = outcome.ended != search::SearchOutcome::Ended::Found || outcome.reachedEnd;
     ++records;
+    if (outcome.ended == search::SearchOutcome::Ended::Found)
+      record.markedPicture = &window.marked();
     onRecord(record);
   };
   for (int k = 0; options.all || k < options.count; ++k) {

@@ -90,6 +90,11 @@ void AnalyseBMP::setAheadSource(
   m_jpgToBmp->setAheadSource(std::move(source));
 }
 
+std::span<const std::uint8_t> AnalyseBMP::bitmapOf(std::span<const std::uint8_t> jpeg) const {
+  if (m_converter) return {};
+  return m_jpgToBmp->bitmapOf(jpeg);
+}
+
 Long AnalyseBMP::AnalyseFrame(const std::string& JpgPath, Integer CellSize,
                               const FrameInputs& inputs) {
   ChangedCellCount = 0;

@@ -98,6 +98,9 @@ class AnalyseBMP {
   // default.
   void setAheadSource(
       std::function<bool(std::span<const std::uint8_t>, std::vector<std::uint8_t>&)> source);
+  // The bitmap file the last conversion made from exactly these JPEG bytes, while it is still in
+  // memory; else empty.
+  std::span<const std::uint8_t> bitmapOf(std::span<const std::uint8_t> jpeg) const;
 
   // Converts the frame at JpgPath to "1.bmp" in the same folder, reduces it to cells of
   // CellSize pixels, stores the means in the buffer StoreInA/StoreInB names, compares when due,

@@ -2,6 +2,7 @@
 
 #include <turbojpeg.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -46,6 +47,15 @@ JpgToBmpConverter::~JpgToBmpConverter() = default;
 
 std::span<const std::uint8_t> JpgToBmpConverter::bitmap() const {
   if (!m_decoded) return {};
+  return m_bmp;
+}
+
+std::span<const std::uint8_t> JpgToBmpConverter::bitmapOf(
+    std::span<const std::uint8_t> jpeg) const {
+  if (!m_bmpValid ||
+      !std::equal(jpeg.begin(), jpeg.end(), m_bmpSource.begin(), m_bmpSource.end())) {
+    return {};
+  }
   return m_bmp;
 }
 

@@ -71,6 +71,8 @@ class JpgToBmpConverter {
   // The bitmap file of the last decode(), header included; empty if it failed. Valid until the
   // next call of decode() or convert().
   std::span<const std::uint8_t> bitmap() const;
+  // The bitmap of the last decode() if it was of exactly these JPEG bytes; else empty.
+  std::span<const std::uint8_t> bitmapOf(std::span<const std::uint8_t> jpeg) const;
 
   // Bitmaps decoded ahead: given the bytes decode() just read, swaps their bitmap (as
   // JpegBitmapDecoder makes it) with the vector, which then holds a buffer the source may reuse,
