@@ -148,9 +148,13 @@ void DecodeAhead::work() {
         file = m_files.openRead(job->path);
         openPath = job->path;
       }
-      jpeg.resize(static_cast<std::size_t>(job->place.size));
-      decoded =
-          file->readAt(job->place.offset, jpeg) == jpeg.size() && decoder.decode(jpeg, bitmap);
+      // A damaged index may give any size: only bytes the clip holds are read.
+      const std::int64_t length = file->length();
+      const bool inside = job->place.offset >= 0 && job->place.offset <= length &&
+                          job->place.size <= length - job->place.offset;
+      jpeg.resize(inside ? static_cast<std::size_t>(job->place.size) : 0);
+      decoded = inside && file->readAt(job->place.offset, jpeg) == jpeg.size() &&
+                decoder.decode(jpeg, bitmap);
       clean = decoded && decoder.clean();
     } catch (const toolkit::RuntimeError&) {
     } catch (const std::bad_alloc&) {

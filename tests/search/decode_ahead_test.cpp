@@ -43,9 +43,11 @@ TEST(DecodeAheadTest, ABitmapCountsOnlyForTheBytesItsOwnDecodingWouldRead) {
   file.insert(file.end(), whole.begin(), whole.end());
   toolkit::writeWholeFile(fs, path, file);
   const auto size = [](const Bytes& b) { return static_cast<std::int32_t>(b.size()); };
-  const std::vector<search::FramePlace> places = {{0, 0, size(longer)},
-                                                  {1, size(longer), size(cut)},
-                                                  {2, size(longer) + size(cut), size(whole)}};
+  const std::vector<search::FramePlace> places = {
+      {0, 0, size(longer)},
+      {1, size(longer), size(cut)},
+      {2, size(longer) + size(cut), size(whole)},
+      {3, size(longer), 1'500'000'000}};  // a damaged index: more than the file holds
 
   // The cut-off frame read on into the longer frame's tail is another picture.
   ASSERT_NE(decoded(over(cut, longer)), decoded(cut));
@@ -68,6 +70,7 @@ TEST(DecodeAheadTest, ABitmapCountsOnlyForTheBytesItsOwnDecodingWouldRead) {
   Bytes other = whole;
   other[other.size() / 2] ^= 0x01;
   EXPECT_FALSE(take(2, other, bitmap));
+  EXPECT_FALSE(take(3, whole, bitmap)) << "nothing read beyond the file";
   EXPECT_FALSE(take(7, whole, bitmap)) << "a frame nobody wanted";
   EXPECT_FALSE(ahead.take(dir.file("other.bin"), 2, whole, bitmap));
   EXPECT_EQ(ahead.taken(), 3u);
