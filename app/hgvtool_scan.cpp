@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <mutex>
 #include <ostream>
@@ -208,7 +209,16 @@ int runScan(const Args& args, std::ostream& out, std::ostream& err) {
         options.thumbnailFolder = c.out;
         options.thumbnailPrefix = std::string(number) + "-" + safeStem(clips[i]) + "-";
       }
-      ClipScan scan = scanClip(clips[i], options, &progress[i]);
+      ClipScan scan;
+      try {
+        scan = scanClip(clips[i], options, &progress[i]);
+      } catch (const std::exception& e) {
+        // Out of memory or the like: this clip is lost, the others go on.
+        scan.clip = clips[i];
+        scan.broke = true;
+        scan.boxes.push_back(toolkit::MessageBoxRequest::critical(e.what()));
+        progress[i].done = true;
+      }
       std::lock_guard lock(mutex);
       scans[i] = std::move(scan);
       ready[i] = true;
