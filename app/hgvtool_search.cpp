@@ -52,7 +52,8 @@ class ToolWindow : public search::SearchWindow {
   }
   const toolkit::RgbImage& marked() const { return m_marked; }
   void SaveMarkedPicture(const std::string& path) override {
-    toolkit::writeWholeFile(m_session.platform.files, path, toolkit::encodeBmp24(m_marked));
+    toolkit::encodeBmp24(m_marked, m_bmp);
+    toolkit::writeWholeFile(m_session.platform.files, path, m_bmp);
   }
   void ShutDownSession() override {}
 
@@ -60,6 +61,7 @@ class ToolWindow : public search::SearchWindow {
   review::Session& m_session;
   std::function<void()> m_onStep;
   toolkit::RgbImage m_marked;
+  std::vector<std::uint8_t> m_bmp;  // kept between results: a fresh one costs its pages each time
 };
 
 }  // namespace

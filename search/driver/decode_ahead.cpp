@@ -37,7 +37,12 @@ void DecodeAhead::want(const std::string& path, const std::vector<FramePlace>& f
   {
     std::lock_guard lock(m_mutex);
     if (m_threads.empty()) {
-      for (int i = 0; i < m_threadCount; ++i) m_threads.emplace_back([this] { work(); });
+      for (int i = 1; i < m_threadCount; ++i) m_threads.emplace_back([this] { work(); });
+    }
+    // The search's own thread keeps no other clip open.
+    if (m_searchDecoder.openPath != path) {
+      m_searchDecoder.file.reset();
+      m_searchDecoder.openPath.clear();
     }
     const auto wanted = [&](const Job& job) {
       return job.path == path &&
@@ -74,10 +79,20 @@ bool DecodeAhead::take(const std::string& path, std::int32_t frame,
   });
   if (it == m_jobs.end()) return false;
   const std::shared_ptr<Job> job = *it;
-  if (job->running || job->done) {
-    m_jobDone.wait(lock, [&] { return job->done || m_stopping; });
-    if (m_stopping) return false;
+  if (!job->running && !job->done) {
+    // No thread has started it: the search decodes it itself, and no thread does it twice.
+    std::erase(m_jobs, job);
+    return false;
   }
+  while (!job->done && !m_stopping) {
+    // While a thread finishes this frame, the search decodes one further ahead.
+    if (const std::shared_ptr<Job> ahead = firstWaiting()) {
+      run(*ahead, m_searchDecoder, lock);
+    } else {
+      m_jobDone.wait(lock, [&] { return job->done || m_stopping || firstWaiting() != nullptr; });
+    }
+  }
+  if (m_stopping) return false;
   std::erase(m_jobs, job);
   const std::span<const std::uint8_t> own = job->jpeg;
   const bool counts = job->decoded && own.size() <= jpeg.size() &&
@@ -91,14 +106,6 @@ bool DecodeAhead::take(const std::string& path, std::int32_t frame,
   return counts;
 }
 
-void DecodeAhead::clear() {
-  std::lock_guard lock(m_mutex);
-  for (const auto& job : m_jobs) {
-    if (!job->running) recycle(*job);
-  }
-  m_jobs.clear();
-}
-
 void DecodeAhead::wait() {
   std::unique_lock lock(m_mutex);
   m_jobDone.wait(lock, [&] {
@@ -107,69 +114,68 @@ void DecodeAhead::wait() {
   });
 }
 
+std::shared_ptr<DecodeAhead::Job> DecodeAhead::firstWaiting() const {
+  for (const auto& job : m_jobs) {
+    if (!job->running && !job->done) return job;
+  }
+  return nullptr;
+}
+
+void DecodeAhead::run(Job& job, Decoder& d, std::unique_lock<std::mutex>& lock) {
+  job.running = true;
+  if (d.bitmap.empty() && !m_spare.empty()) {
+    d.bitmap = std::move(m_spare.back());
+    m_spare.pop_back();
+  }
+  lock.unlock();
+
+  bool decoded = false;
+  bool clean = false;
+  try {
+    if (!d.file || d.openPath != job.path) {
+      d.file.reset();
+      d.openPath.clear();
+      d.file = m_files.openRead(job.path);
+      d.openPath = job.path;
+    }
+    // A damaged index may give any size: only bytes the clip holds are read.
+    const std::int64_t length = d.file->length();
+    const bool inside = job.place.offset >= 0 && job.place.offset <= length &&
+                        job.place.size <= length - job.place.offset;
+    d.jpeg.resize(inside ? static_cast<std::size_t>(job.place.size) : 0);
+    decoded = inside && d.file->readAt(job.place.offset, d.jpeg) == d.jpeg.size() &&
+              d.jpegDecoder.decode(d.jpeg, d.bitmap);
+    clean = decoded && d.jpegDecoder.clean();
+  } catch (const toolkit::RuntimeError&) {
+  } catch (const std::bad_alloc&) {
+  }
+
+  lock.lock();
+  job.jpeg.swap(d.jpeg);
+  if (decoded) job.bitmap.swap(d.bitmap);
+  job.decoded = decoded;
+  job.clean = clean;
+  job.running = false;
+  job.done = true;
+  // A job dropped while it ran is in no list any more: its buffer goes back at once.
+  if (std::none_of(m_jobs.begin(), m_jobs.end(), [&](const auto& j) { return j.get() == &job; })) {
+    recycle(job);
+  }
+  m_jobDone.notify_all();
+}
+
 void DecodeAhead::work() {
-  toolkit::JpegBitmapDecoder decoder;
-  // The clip stays open while there is work on it.
-  std::string openPath;
-  std::unique_ptr<toolkit::ReadableFile> file;
-  std::vector<std::uint8_t> jpeg;
-  std::vector<std::uint8_t> bitmap;
+  Decoder decoder;
   std::unique_lock lock(m_mutex);
   for (;;) {
-    std::shared_ptr<Job> job;
-    const auto found = [&] {
-      for (const auto& j : m_jobs) {
-        if (!j->running && !j->done) {
-          job = j;
-          return true;
-        }
-      }
-      return false;
-    };
-    if (!m_stopping && !found()) {
-      file.reset();
-      openPath.clear();
-      m_workWaiting.wait(lock, [&] { return m_stopping || found(); });
+    std::shared_ptr<Job> job = firstWaiting();
+    if (!m_stopping && !job) {
+      decoder.file.reset();
+      decoder.openPath.clear();
+      m_workWaiting.wait(lock, [&] { return m_stopping || (job = firstWaiting()) != nullptr; });
     }
     if (m_stopping) return;
-    job->running = true;
-    if (bitmap.empty() && !m_spare.empty()) {
-      bitmap = std::move(m_spare.back());
-      m_spare.pop_back();
-    }
-    lock.unlock();
-
-    bool decoded = false;
-    bool clean = false;
-    try {
-      if (!file || openPath != job->path) {
-        file.reset();
-        openPath.clear();
-        file = m_files.openRead(job->path);
-        openPath = job->path;
-      }
-      // A damaged index may give any size: only bytes the clip holds are read.
-      const std::int64_t length = file->length();
-      const bool inside = job->place.offset >= 0 && job->place.offset <= length &&
-                          job->place.size <= length - job->place.offset;
-      jpeg.resize(inside ? static_cast<std::size_t>(job->place.size) : 0);
-      decoded = inside && file->readAt(job->place.offset, jpeg) == jpeg.size() &&
-                decoder.decode(jpeg, bitmap);
-      clean = decoded && decoder.clean();
-    } catch (const toolkit::RuntimeError&) {
-    } catch (const std::bad_alloc&) {
-    }
-
-    lock.lock();
-    job->jpeg.swap(jpeg);
-    if (decoded) job->bitmap.swap(bitmap);
-    job->decoded = decoded;
-    job->clean = clean;
-    job->running = false;
-    job->done = true;
-    // A job dropped while it ran is in no list any more: its buffer goes back at once.
-    if (std::find(m_jobs.begin(), m_jobs.end(), job) == m_jobs.end()) recycle(*job);
-    m_jobDone.notify_all();
+    run(*job, decoder, lock);
   }
 }
 

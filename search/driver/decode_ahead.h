@@ -1,7 +1,8 @@
 #pragma once
 
 // Decodes the next frames of a search on other threads while the search compares the current
-// one. The search itself does not change: it still extracts each frame to "Temp.jpg" and has it
+// one; while the search waits for a frame a thread is finishing, it decodes one further ahead
+// itself, so that N threads in all keep N cores busy. The search itself does not change: it still extracts each frame to "Temp.jpg" and has it
 // converted to "1.bmp"; it takes a bitmap decoded ahead only when that bitmap is the one its own
 // decoding of the bytes it read would give. libjpeg-turbo decodes the same bytes to the same
 // pixels, so what the search finds and leaves is the same in every bit.
@@ -21,6 +22,7 @@
 #include <thread>
 #include <vector>
 
+#include "toolkit/converters/jpg_to_bmp.h"
 #include "toolkit/core/file_system.h"
 
 namespace search {
@@ -38,7 +40,8 @@ int defaultDecodeThreads();
 
 class DecodeAhead {
  public:
-  // `threads` decoding threads, started at the first want().
+  // `threads` threads decoding: the search's own, which decodes frames further ahead while it
+  // waits for one, and `threads` - 1 more, started at the first want().
   DecodeAhead(toolkit::FileSystem& files, int threads);
   ~DecodeAhead();
   DecodeAhead(const DecodeAhead&) = delete;
@@ -53,8 +56,6 @@ class DecodeAhead {
   // itself; a frame no thread has started is then no thread's work any more.
   bool take(const std::string& path, std::int32_t frame, std::span<const std::uint8_t> jpeg,
             std::vector<std::uint8_t>& bitmap);
-  // Drops all work: the search has ended.
-  void clear();
   // Waits until every frame wanted is decoded (or failed to decode).
   void wait();
 
@@ -77,7 +78,20 @@ class DecodeAhead {
     std::vector<std::uint8_t> bitmap;
   };
 
+  // What one thread needs to decode: the decoder, the clip open while there is work on it, and
+  // buffers.
+  struct Decoder {
+    toolkit::JpegBitmapDecoder jpegDecoder;
+    std::string openPath;
+    std::unique_ptr<toolkit::ReadableFile> file;
+    std::vector<std::uint8_t> jpeg;
+    std::vector<std::uint8_t> bitmap;
+  };
+
   void work();
+  // Decodes `job`, which is not started; `lock` holds the mutex, which is let go meanwhile.
+  void run(Job& job, Decoder& decoder, std::unique_lock<std::mutex>& lock);
+  std::shared_ptr<Job> firstWaiting() const;
   // Keeps a dropped job's bitmap buffer for the next job; the caller holds the lock.
   void recycle(Job& job);
 
@@ -91,6 +105,7 @@ class DecodeAhead {
   // fresh pages.
   std::vector<std::vector<std::uint8_t>> m_spare;
   std::vector<std::thread> m_threads;
+  Decoder m_searchDecoder;  // the search's own thread, while it waits
   bool m_stopping = false;
   std::size_t m_taken = 0;
 };

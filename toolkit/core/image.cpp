@@ -85,10 +85,16 @@ std::vector<std::uint8_t> encodeJpeg(const RgbImage& image, int quality,
 }
 
 std::vector<std::uint8_t> encodeBmp24(const RgbImage& image) {
+  std::vector<std::uint8_t> bmp;
+  encodeBmp24(image, bmp);
+  return bmp;
+}
+
+void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp) {
   const int row = bmpRowBytes(image.width);
   const std::size_t dataSize =
       static_cast<std::size_t>(row) * static_cast<std::size_t>(image.height);
-  std::vector<std::uint8_t> bmp(54 + dataSize, 0);
+  bmp.assign(54 + dataSize, 0);
   std::uint8_t* h = bmp.data();
   h[0] = 'B';
   h[1] = 'M';
@@ -112,7 +118,6 @@ std::vector<std::uint8_t> encodeBmp24(const RgbImage& image) {
       dst[3 * x + 2] = src[3 * x];
     }
   }
-  return bmp;
 }
 
 std::optional<RgbImage> decodeBmp(std::span<const std::uint8_t> b) {

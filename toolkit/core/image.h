@@ -53,6 +53,8 @@ std::vector<std::uint8_t> encodeJpeg(const RgbImage& image, int quality = 85,
 
 // A 24-bit bottom-up bitmap with the 54-byte header, biClrUsed 0, rows padded to 4 bytes.
 std::vector<std::uint8_t> encodeBmp24(const RgbImage& image);
+// The same into `bmp`, whose memory is reused when it has room.
+void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp);
 inline constexpr int bmpRowBytes(int width) { return (width * 3 + 3) & ~3; }
 
 // Reads uncompressed 8-bit (palette), 24-bit and 32-bit bitmaps, bottom-up or top-down.
