@@ -13,7 +13,6 @@
 #include "export/core/exports.h"
 #include "search/driver/search_driver.h"
 #include "toolkit/core/image.h"
-#include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace app {
@@ -62,57 +61,20 @@ toolkit::RgbImage shrink(const toolkit::RgbImage& picture, int width) {
   return thumb;
 }
 
-// The marks again at the thumbnail's scale: shrunk with the picture, one-pixel outlines would
-// fade into it.
-void markThumbnail(toolkit::RgbImage& thumb, int pictureWidth,
-                   const std::vector<search::CellPoint>& corners) {
-  const double scale = static_cast<double>(thumb.width) / pictureWidth;
-  const auto put = [&](int x, int y) {
-    if (x < 0 || y < 0 || x >= thumb.width || y >= thumb.height) return;
-    std::uint8_t* p = &thumb.pixels[(static_cast<std::size_t>(y) * thumb.width + x) * 3];
-    p[0] = 0;
-    p[1] = 0;
-    p[2] = 255;
-  };
-  for (const search::CellPoint& corner : corners) {
-    const int x0 = static_cast<int>(std::floor(corner.X.value() * scale));
-    const int y0 = static_cast<int>(std::floor(corner.Y.value() * scale));
-    const int side = std::max(3, static_cast<int>(std::lround(search::kMarkSide * scale)));
-    for (int i = 0; i <= side; ++i) {
-      put(x0 + i, y0);
-      put(x0 + i, y0 + side);
-      put(x0, y0 + i);
-      put(x0 + side, y0 + i);
-    }
-  }
-}
-
-// The marked picture the search left as "temp.bmp", shrunk to a JPEG in the thumbnail folder.
-std::string writeThumbnail(ToolSession& tool, const ScanOptions& options, const ScanEvent& event,
-                           const toolkit::RgbImage* markedPicture) {
+// A result's marked picture shrunk to a JPEG in the thumbnail folder, the marks drawn again at
+// that scale: shrunk with the picture, one-pixel outlines would fade into it.
+std::string writeThumbnail(const ScanOptions& options, const ScanEvent& event,
+                           const toolkit::RgbImage& marked) {
+  if (marked.empty()) return {};
   char number[16];
   std::snprintf(number, sizeof number, "%06d", event.frame);
   const std::string name = options.thumbnailPrefix + number + ".jpg";
-  try {
-    std::optional<toolkit::RgbImage> picture;
-    if (markedPicture) {
-      picture = *markedPicture;
-    } else {
-      const std::string marked = toolkit::readWholeFile(
-          tool.platform().files, toolkit::inFolder(tool.platform().programFolder, "temp.bmp"));
-      picture =
-          toolkit::decodeBmp({reinterpret_cast<const std::uint8_t*>(marked.data()), marked.size()});
-    }
-    if (!picture || picture->empty()) return {};
-    toolkit::RgbImage thumb = shrink(*picture, kThumbnailWidth);
-    markThumbnail(thumb, picture->width, event.marked);
-    std::ostringstream quiet;
-    if (!writeFileAtomically(options.thumbnailFolder + "/" + name,
-                             toolkit::encodeJpeg(thumb, 90, toolkit::ChromaSubsampling::k444),
-                             quiet)) {
-      return {};
-    }
-  } catch (const toolkit::RuntimeError&) {
+  toolkit::RgbImage thumb = shrink(marked, kThumbnailWidth);
+  search::drawMarks(thumb, event.marked, static_cast<double>(thumb.width) / marked.width);
+  std::ostringstream quiet;
+  if (!writeFileAtomically(options.thumbnailFolder + "/" + name,
+                           toolkit::encodeJpeg(thumb, 90, toolkit::ChromaSubsampling::k444),
+                           quiet)) {
     return {};
   }
   return name;
@@ -169,8 +131,8 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
             event.frame = record.frame;
             event.seconds = record.frame * scan.secondsPerFrame;
             event.marked = record.outcome.marked;
-            if (!options.thumbnailFolder.empty()) {
-              event.thumbnail = writeThumbnail(tool, options, event, record.markedPicture);
+            if (!options.thumbnailFolder.empty() && record.markedPicture) {
+              event.thumbnail = writeThumbnail(options, event, *record.markedPicture);
             }
             scan.events.push_back(std::move(event));
           },

@@ -59,6 +59,9 @@ struct ScanProgress {
 ClipScan scanClip(const std::string& path, const ScanOptions& options,
                   ScanProgress* progress = nullptr);
 
+// The texts of the clip's message boxes on one line, " | " between them.
+std::string scanMessage(const ClipScan& scan);
+
 // The report: one JSON object per clip, as events.json lists them and --json prints them.
 std::string scanJson(const ClipScan& scan);
 // Writes index.html, events.csv and events.json into `folder`, each whole or not at all; the

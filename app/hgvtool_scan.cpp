@@ -1,7 +1,5 @@
 // hgvtool scan: the activity list of many clips, clips side by side on the cores.
 
-#include <unistd.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -77,13 +75,7 @@ void printText(const ClipScan& scan, std::ostream& out) {
         << (scan.events.size() == 1 ? " event" : " events");
     if (scan.broke) out << ", stopped by an error";
   }
-  for (const auto& box : scan.boxes) {
-    std::string text = box.text;
-    for (char& ch : text) {
-      if (ch == '\r' || ch == '\n') ch = ' ';
-    }
-    out << "\n  box: " << text;
-  }
+  if (!scan.boxes.empty()) out << "\n  " << scanMessage(scan);
   out << "\n";
   for (const ScanEvent& e : scan.events) {
     char line[96];
@@ -98,7 +90,7 @@ class ScanProgressLine {
  public:
   ScanProgressLine(std::ostream& err, const std::vector<std::string>& clips,
                    const std::vector<ScanProgress>& progress)
-      : m_err(err), m_on(::isatty(STDERR_FILENO) != 0), m_progress(progress) {
+      : m_line(err), m_progress(progress) {
     for (const std::string& clip : clips) {
       std::error_code ec;
       const auto size = std::filesystem::file_size(clip, ec);
@@ -106,12 +98,8 @@ class ScanProgressLine {
       m_totalSize += m_sizes.back();
     }
   }
-  ~ScanProgressLine() {
-    if (m_on && m_shown) m_err << "\r\033[K" << std::flush;
-  }
-
   void show() {
-    if (!m_on) return;
+    if (!m_line.on()) return;
     const double elapsed =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
     long long frames = 0;
@@ -129,7 +117,7 @@ class ScanProgressLine {
     }
     char line[160];
     const int written =
-        std::snprintf(line, sizeof line, "\r\033[Kscanning: %zu of %zu clips, %.0f frames/s", done,
+        std::snprintf(line, sizeof line, "scanning: %zu of %zu clips, %.0f frames/s", done,
                       m_progress.size(), elapsed > 0 ? frames / elapsed : 0.0);
     std::string text(line, static_cast<std::size_t>(std::max(0, written)));
     if (share > 0 && m_totalSize > 0 && elapsed > 1) {
@@ -137,14 +125,11 @@ class ScanProgressLine {
       std::snprintf(line, sizeof line, ", about %lld:%02lld left", left / 60, left % 60);
       text += line;
     }
-    m_err << text << std::flush;
-    m_shown = true;
+    m_line.show(text);
   }
 
  private:
-  std::ostream& m_err;
-  bool m_on;
-  bool m_shown = false;
+  TerminalLine m_line;
   const std::vector<ScanProgress>& m_progress;
   std::vector<double> m_sizes;
   double m_totalSize = 0;

@@ -1,7 +1,5 @@
 // hgvtool search: the motion search of the window, run by the same driver without a window.
 
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
 #include <ostream>
@@ -221,26 +219,22 @@ void printRecord(const SearchRecord& r, bool json, std::ostream& out) {
 // Frames done and frames per second on a terminal, at most a few times a second.
 class Progress {
  public:
-  explicit Progress(std::ostream& err) : m_err(err), m_on(::isatty(STDERR_FILENO) != 0) {}
-  ~Progress() {
-    if (m_on && m_frames > 0) m_err << "\r\033[K" << std::flush;
-  }
+  explicit Progress(std::ostream& err) : m_line(err) {}
   void step() {
     ++m_frames;
-    if (!m_on) return;
+    if (!m_line.on()) return;
     const auto now = std::chrono::steady_clock::now();
     if (now - m_shown < std::chrono::milliseconds(200)) return;
     m_shown = now;
     const double seconds = std::chrono::duration<double>(now - m_start).count();
     char line[96];
-    std::snprintf(line, sizeof line, "\r\033[Ksearching: %ld frames, %.0f frames/s",
+    std::snprintf(line, sizeof line, "searching: %ld frames, %.0f frames/s",
                   static_cast<long>(m_frames), seconds > 0 ? m_frames / seconds : 0.0);
-    m_err << line << std::flush;
+    m_line.show(line);
   }
 
  private:
-  std::ostream& m_err;
-  bool m_on;
+  TerminalLine m_line;
   long m_frames = 0;
   std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
   std::chrono::steady_clock::time_point m_shown = m_start;

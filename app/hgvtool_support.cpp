@@ -1,6 +1,7 @@
 #include "app/hgvtool_support.h"
 
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -46,6 +47,18 @@ ToolSession::~ToolSession() {
   if (m_platform.programFolder != std::filesystem::temp_directory_path().string()) {
     std::filesystem::remove_all(m_platform.programFolder, ec);
   }
+}
+
+TerminalLine::TerminalLine(std::ostream& err) : m_err(err), m_on(::isatty(STDERR_FILENO) != 0) {}
+
+TerminalLine::~TerminalLine() {
+  if (m_shown) m_err << "\r\033[K" << std::flush;
+}
+
+void TerminalLine::show(const std::string& text) {
+  if (!m_on) return;
+  m_err << "\r\033[K" << text << std::flush;
+  m_shown = true;
 }
 
 std::string jsonString(const std::string& s) {

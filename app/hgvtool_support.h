@@ -64,6 +64,24 @@ std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes);
 // Parses a whole decimal number; false if `text` is not one or does not fit.
 bool parseInt(const std::string& text, long long& value);
 
+// A progress line on `err` when it is a terminal: each show() rewrites it in place, and it is
+// cleared at the end. Nothing is written elsewhere.
+class TerminalLine {
+ public:
+  explicit TerminalLine(std::ostream& err);
+  ~TerminalLine();
+  TerminalLine(const TerminalLine&) = delete;
+  TerminalLine& operator=(const TerminalLine&) = delete;
+
+  bool on() const { return m_on; }
+  void show(const std::string& text);
+
+ private:
+  std::ostream& m_err;
+  bool m_on;
+  bool m_shown = false;
+};
+
 // Parses "L,T,R,B", four whole numbers of 32 bits.
 bool parseArea(const std::string& text, toolkit::Rect& area);
 

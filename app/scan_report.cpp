@@ -72,21 +72,6 @@ std::string csv(const std::string& s) {
   return out + "\"";
 }
 
-// The boxes' texts on one line.
-std::string message(const ClipScan& scan) {
-  std::string out;
-  for (const auto& box : scan.boxes) {
-    std::string text = box.text;
-    for (std::size_t at; (at = text.find("\r\n")) != std::string::npos;) text.replace(at, 2, " ");
-    for (char& c : text) {
-      if (c == '\r' || c == '\n') c = ' ';
-    }
-    if (!out.empty()) out += " | ";
-    out += text;
-  }
-  return out;
-}
-
 std::string ended(const ClipScan& scan) {
   if (!scan.opened) return "refused";
   return scan.broke ? "error" : "end_of_run";
@@ -107,7 +92,7 @@ std::string csvReport(const std::vector<ClipScan>& scans) {
                              ended(scan) + "," + std::to_string(scan.totalFrames) + "," +
                              seconds(duration(scan)) + "," + std::to_string(scan.events.size()) +
                              ",";
-    const std::string tail = "," + csv(message(scan)) + "\r\n";
+    const std::string tail = "," + csv(scanMessage(scan)) + "\r\n";
     if (scan.events.empty()) out += head + ",,," + tail;
     for (const ScanEvent& e : scan.events) {
       out += head + std::to_string(e.frame) + "," + seconds(e.seconds) + "," +
@@ -161,7 +146,7 @@ std::string htmlReport(const std::vector<ClipScan>& scans) {
     out += "<td class=\"num\">" + std::to_string(scan.totalFrames) + "</td><td class=\"num\">" +
            (scan.opened ? clock(duration(scan)) : "") + "</td><td class=\"num\">" +
            std::to_string(scan.events.size()) + "</td><td>";
-    const std::string note = message(scan);
+    const std::string note = scanMessage(scan);
     if (!note.empty()) out += "<p class=\"note\">" + html(note) + "</p>";
     if (scan.events.empty()) {
       out += scan.opened ? "<span class=\"none\">nothing moved in the area</span>" : "";
@@ -192,6 +177,20 @@ bool write(const std::string& path, const std::string& text, std::ostream& err) 
 }
 
 }  // namespace
+
+std::string scanMessage(const ClipScan& scan) {
+  std::string out;
+  for (const auto& box : scan.boxes) {
+    std::string text = box.text;
+    for (std::size_t at; (at = text.find("\r\n")) != std::string::npos;) text.replace(at, 2, " ");
+    for (char& c : text) {
+      if (c == '\r' || c == '\n') c = ' ';
+    }
+    if (!out.empty()) out += " | ";
+    out += text;
+  }
+  return out;
+}
 
 std::string scanJson(const ClipScan& scan) {
   std::string out = "{\"clip\": " + jsonString(scan.clip) +

@@ -1,5 +1,8 @@
 #include "search/driver/search_driver.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
 
@@ -14,7 +17,7 @@ const char* handlerName(Direction direction) {
   return direction == Direction::Back ? "imgLeftSearch_Click" : "imgRightSearch_Click";
 }
 
-void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners) {
+void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners, double scale) {
   const auto put = [&](int x, int y) {
     if (x < 0 || y < 0 || x >= picture.width || y >= picture.height) return;
     auto* p = &picture.pixels[(static_cast<std::size_t>(y) * picture.width + x) * 3];
@@ -22,13 +25,15 @@ void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners
     p[1] = 0;
     p[2] = 255;
   };
+  const int side = std::max(3, static_cast<int>(std::lround(kMarkSide * scale)));
   for (const CellPoint& corner : corners) {
-    const int x = corner.X.value(), y = corner.Y.value();
-    for (int i = 0; i <= kMarkSide; ++i) {
+    const auto x = static_cast<int>(std::floor(corner.X.value() * scale));
+    const auto y = static_cast<int>(std::floor(corner.Y.value() * scale));
+    for (int i = 0; i <= side; ++i) {
       put(x + i, y);
-      put(x + i, y + kMarkSide);
+      put(x + i, y + side);
       put(x, y + i);
-      put(x + kMarkSide, y + i);
+      put(x + side, y + i);
     }
   }
 }

@@ -98,6 +98,9 @@ const char* handlerName(Direction direction);
 // draws: for each corner (X, Y) an outline of width 1 in RGB(0, 0, 255) covering both corners
 // (X, Y) and (X + 8, Y + 8).
 inline constexpr int kMarkSide = 8;
-void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners);
+// `scale` draws them on a picture shrunk by that factor, the outlines still one pixel wide and at
+// least 3 pixels across, so that they stay visible.
+void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners,
+               double scale = 1.0);
 
 }  // namespace search

@@ -73,7 +73,7 @@ bool JpgToBmpConverter::decode(const std::string& source) {
     m_jpeg.resize(static_cast<std::size_t>(in->length()));
     m_jpeg.resize(in->readAt(0, m_jpeg));
     in.reset();
-    if (m_bmpValid && m_jpeg == m_bmpSource) {
+    if (!bitmapOf(m_jpeg).empty()) {
       m_decoded = true;
       return m_decoded;
     }
