@@ -4,6 +4,7 @@
 #include <cstring>
 #include <span>
 
+#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace clip {
@@ -47,8 +48,7 @@ toolkit::Long ClipScanner::number(std::int64_t pos) {
 std::int64_t ClipScanner::unsignedNumber(std::int64_t pos) {
   std::uint8_t b[4];
   readAt(pos, b, 4);
-  return std::int64_t{b[0]} | std::int64_t{b[1]} << 8 | std::int64_t{b[2]} << 16 |
-         std::int64_t{b[3]} << 24;
+  return toolkit::decodeFixed32(b);
 }
 
 bool ClipScanner::tagAt(std::int64_t pos, std::string_view tag) {

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "clip/clip_format.h"
+#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace clip {
@@ -18,13 +19,8 @@ class Bytes {
     for (std::size_t i = 0; i < 4; ++i)
       m_b.push_back(i < t.size() ? static_cast<std::uint8_t>(t[i]) : 0);
   }
-  void u32(std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) m_b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
-  }
-  void u16(std::uint16_t v) {
-    m_b.push_back(static_cast<std::uint8_t>(v));
-    m_b.push_back(static_cast<std::uint8_t>(v >> 8));
-  }
+  void u32(std::uint32_t v) { toolkit::putFixed32(m_b, v); }
+  void u16(std::uint16_t v) { toolkit::putFixed16(m_b, v); }
   void zeros(std::size_t n) { m_b.insert(m_b.end(), n, 0); }
   std::size_t size() const { return m_b.size(); }
   const std::vector<std::uint8_t>& data() const { return m_b; }
@@ -35,7 +31,7 @@ class Bytes {
 
 void put32(WritableFile& file, std::int64_t offset, std::uint32_t v) {
   std::uint8_t b[4];
-  for (int i = 0; i < 4; ++i) b[i] = static_cast<std::uint8_t>(v >> (8 * i));
+  toolkit::encodeFixed32(b, v);
   file.writeAt(offset, b);
 }
 

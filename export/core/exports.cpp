@@ -7,6 +7,7 @@
 #include "clip/clip_format.h"
 #include "clip/clip_writer.h"
 #include "toolkit/core/image.h"
+#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 #include "toolkit/writers/wmv_writer.h"
 
@@ -87,8 +88,7 @@ std::uint32_t clipMicroSecPerFrame(toolkit::FileSystem& files, const std::string
   std::uint8_t field[4] = {};
   // dwMicroSecPerFrame is the first field of the main header's data.
   file->readAt(clip::format::kMainHeaderOffset + 8, field);
-  const std::uint32_t value =
-      field[0] | field[1] << 8 | field[2] << 16 | static_cast<std::uint32_t>(field[3]) << 24;
+  const std::uint32_t value = toolkit::decodeFixed32(field);
   return value == 0 ? kDefaultMicroSecPerFrame : value;
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "toolkit/core/file_system.h"
+#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace toolkit {
@@ -15,21 +16,6 @@ struct TjDeleter {
   void operator()(void* handle) const { tjDestroy(handle); }
 };
 using TjHandle = std::unique_ptr<void, TjDeleter>;
-
-std::uint32_t le32(std::span<const std::uint8_t> b, std::size_t at) {
-  return std::uint32_t{b[at]} | std::uint32_t{b[at + 1]} << 8 | std::uint32_t{b[at + 2]} << 16 |
-         std::uint32_t{b[at + 3]} << 24;
-}
-std::uint16_t le16(std::span<const std::uint8_t> b, std::size_t at) {
-  return static_cast<std::uint16_t>(b[at] | b[at + 1] << 8);
-}
-void put32(std::uint8_t* p, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<std::uint8_t>(v >> (8 * i));
-}
-void put16(std::uint8_t* p, std::uint16_t v) {
-  p[0] = static_cast<std::uint8_t>(v);
-  p[1] = static_cast<std::uint8_t>(v >> 8);
-}
 
 }  // namespace
 
@@ -90,28 +76,32 @@ std::vector<std::uint8_t> encodeBmp24(const RgbImage& image) {
   return bmp;
 }
 
-void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp) {
-  const int row = bmpRowBytes(image.width);
-  const std::size_t dataSize =
-      static_cast<std::size_t>(row) * static_cast<std::size_t>(image.height);
-  bmp.assign(54 + dataSize, 0);
-  std::uint8_t* h = bmp.data();
+void writeBmpHeader(std::uint8_t* h, int width, int height) {
+  const std::size_t fileSize = bmpFileBytes(width, height);
+  std::memset(h, 0, kBmpHeaderBytes);
   h[0] = 'B';
   h[1] = 'M';
-  put32(h + 2, static_cast<std::uint32_t>(bmp.size()));
-  put32(h + 10, 54);
-  put32(h + 14, 40);
-  put32(h + 18, static_cast<std::uint32_t>(image.width));
-  put32(h + 22, static_cast<std::uint32_t>(image.height));
-  put16(h + 26, 1);
-  put16(h + 28, 24);
-  put32(h + 34, static_cast<std::uint32_t>(dataSize));
-  put32(h + 38, 3780);  // 96 dpi
-  put32(h + 42, 3780);
+  encodeFixed32(h + 2, static_cast<std::uint32_t>(fileSize));
+  encodeFixed32(h + 10, kBmpHeaderBytes);
+  encodeFixed32(h + 14, 40);
+  encodeFixed32(h + 18, static_cast<std::uint32_t>(width));
+  encodeFixed32(h + 22, static_cast<std::uint32_t>(height));
+  encodeFixed16(h + 26, 1);   // biPlanes
+  encodeFixed16(h + 28, 24);  // biBitCount
+  encodeFixed32(h + 34, static_cast<std::uint32_t>(fileSize - kBmpHeaderBytes));
+  encodeFixed32(h + 38, 3780);  // 96 dpi
+  encodeFixed32(h + 42, 3780);
+}
+
+void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp) {
+  const int row = bmpRowBytes(image.width);
+  bmp.assign(bmpFileBytes(image.width, image.height), 0);
+  std::uint8_t* h = bmp.data();
+  writeBmpHeader(h, image.width, image.height);
   for (int y = 0; y < image.height; ++y) {
     const std::uint8_t* src =
         image.pixels.data() + static_cast<std::size_t>(image.height - 1 - y) * image.width * 3;
-    std::uint8_t* dst = h + 54 + static_cast<std::size_t>(y) * row;
+    std::uint8_t* dst = h + kBmpHeaderBytes + static_cast<std::size_t>(y) * row;
     for (int x = 0; x < image.width; ++x) {
       dst[3 * x] = src[3 * x + 2];
       dst[3 * x + 1] = src[3 * x + 1];
@@ -122,13 +112,13 @@ void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp) {
 
 std::optional<RgbImage> decodeBmp(std::span<const std::uint8_t> b) {
   if (b.size() < 54 || b[0] != 'B' || b[1] != 'M') return std::nullopt;
-  const std::uint32_t offBits = le32(b, 10);
-  const std::uint32_t infoSize = le32(b, 14);
-  const auto width = static_cast<std::int32_t>(le32(b, 18));
-  const auto rawHeight = static_cast<std::int32_t>(le32(b, 22));
-  const std::uint16_t bits = le16(b, 28);
-  const std::uint32_t compression = le32(b, 30);
-  std::uint32_t colors = le32(b, 46);
+  const std::uint32_t offBits = decodeFixed32(&b[10]);
+  const std::uint32_t infoSize = decodeFixed32(&b[14]);
+  const auto width = static_cast<std::int32_t>(decodeFixed32(&b[18]));
+  const auto rawHeight = static_cast<std::int32_t>(decodeFixed32(&b[22]));
+  const std::uint16_t bits = decodeFixed16(&b[28]);
+  const std::uint32_t compression = decodeFixed32(&b[30]);
+  std::uint32_t colors = decodeFixed32(&b[46]);
   if (infoSize < 40 || width <= 0 || rawHeight == 0 || rawHeight == INT32_MIN) return std::nullopt;
   if (compression != 0 && !(compression == 3 && bits == 32)) return std::nullopt;
   if (bits != 8 && bits != 24 && bits != 32) return std::nullopt;

@@ -56,6 +56,14 @@ std::vector<std::uint8_t> encodeBmp24(const RgbImage& image);
 // The same into `bmp`, whose memory is reused when it has room.
 void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp);
 inline constexpr int bmpRowBytes(int width) { return (width * 3 + 3) & ~3; }
+inline constexpr std::size_t kBmpHeaderBytes = 54;
+inline constexpr std::size_t bmpFileBytes(int width, int height) {
+  return kBmpHeaderBytes + static_cast<std::size_t>(bmpRowBytes(width)) *
+                               static_cast<std::size_t>(height);
+}
+// The 54 bytes that head every bitmap the program writes: bfOffBits 54, biSize 40, biPlanes 1,
+// biBitCount 24, no compression, biSizeImage the pixel bytes, 96 dpi, biClrUsed 0.
+void writeBmpHeader(std::uint8_t* header, int width, int height);
 
 // Reads uncompressed 8-bit (palette), 24-bit and 32-bit bitmaps, bottom-up or top-down.
 std::optional<RgbImage> decodeBmp(std::span<const std::uint8_t> bytes);
