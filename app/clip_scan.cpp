@@ -11,6 +11,7 @@
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
 #include "export/core/exports.h"
+#include "search/core/marks.h"
 #include "search/driver/search_driver.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
@@ -111,6 +112,8 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
   std::ostringstream quiet;  // the boxes are kept for the report, not printed
   ToolSession tool(quiet);
   scan.opened = tool.openClip(path);
+  // The results are all the scan wants: no scratch file is written while it searches.
+  tool.session().SeparateMJPG.scratch().setMode(clip::ScratchFiles::Mode::Memory);
   std::vector<toolkit::MessageBoxRequest> errors;
   if (scan.opened) {
     scan.totalFrames = tool.session().OpenSaveFile.TotalFrames.value();
@@ -131,8 +134,9 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
             event.frame = record.frame;
             event.seconds = record.frame * scan.secondsPerFrame;
             event.marked = record.outcome.marked;
-            if (!options.thumbnailFolder.empty() && record.markedPicture) {
-              event.thumbnail = writeThumbnail(options, event, *record.markedPicture);
+            if (!options.thumbnailFolder.empty() && record.outcome.frame) {
+              event.thumbnail = writeThumbnail(
+                  options, event, search::markedPicture(*record.outcome.frame, event.marked));
             }
             scan.events.push_back(std::move(event));
           },

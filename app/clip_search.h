@@ -11,10 +11,17 @@
 #include "app/hgvtool_support.h"
 #include "search/driver/decode_ahead.h"
 #include "search/driver/search_driver.h"
+#include "toolkit/core/image.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/rect.h"
 
 namespace app {
+
+// When a run of searches writes the scratch files of its program folder.
+enum class ScratchWrites {
+  AtEnd,            // once, as the last search leaves them
+  AfterEachSearch,  // as the window does, for whoever looks between two searches
+};
 
 struct SearchOptions {
   // CurrentFrame at the first click: a frame number, or an end mark (-1, TotalFrames).
@@ -28,6 +35,7 @@ struct SearchOptions {
   bool all = false;         // on until a search comes to the end of the run
   // Threads decoding ahead of the search; 1 decodes in line.
   int threads = search::defaultDecodeThreads();
+  ScratchWrites scratch = ScratchWrites::AtEnd;
 };
 
 // One search as the window would have left it.
@@ -37,8 +45,6 @@ struct SearchRecord {
   int frame = 0;         // the real frame on show, from 0
   int changeThreshold = 0;
   std::vector<toolkit::MessageBoxRequest> boxes;  // shown during this search
-  // A result's marked picture, as "temp.bmp" holds it; only while onRecord runs.
-  const toolkit::RgbImage* markedPicture = nullptr;
 };
 
 // The window's view at fit: picBase is 598 x 361 pixels.

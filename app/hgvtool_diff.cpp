@@ -10,8 +10,8 @@
 #include "app/hgvtool_support.h"
 #include "clip/separate_mjpg.h"
 #include "search/core/analyse_bmp.h"
+#include "search/core/frame_decoder.h"
 #include "toolkit/core/file_system.h"
-#include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace app {
@@ -53,32 +53,38 @@ bool parseOptions(const Args& args, DiffOptions& o) {
   return o.positional.size() == 2;
 }
 
-// Hands the comparison one frame at a time, as the search drivers do.
+// Hands the comparison one frame at a time, as the search drivers do: decoded as "Temp.jpg"
+// holds it, and a refused bitmap shown in its box.
 class Comparison {
  public:
-  Comparison(toolkit::Platform& platform, const DiffOptions& o) : m_module(platform) {
+  Comparison(toolkit::MessageSink& messages, const DiffOptions& o) : m_messages(messages) {
     m_module.Sensitivity = o.sensitivity;
     m_module.ChangeThreshold = static_cast<std::int16_t>(o.threshold);
   }
 
-  void storeOlder(const std::string& jpg, search::FrameInputs inputs) {
+  void storeOlder(const clip::FramePtr& frame, std::span<const std::uint8_t> tempJpg) {
     m_module.StoreInA = kTrue;
     m_module.StoreInB = kFalse;
-    inputs.SearchPhaseA = kTrue;
-    inputs.SearchPhaseB = kTrue;
-    m_module.AnalyseFrame(jpg, kSearchCellSize, inputs);
+    analyse(frame, tempJpg, kTrue, kTrue);
   }
-  void compareNewer(const std::string& jpg, search::FrameInputs inputs) {
+  void compareNewer(const clip::FramePtr& frame, std::span<const std::uint8_t> tempJpg) {
     m_module.StoreInA = kFalse;
     m_module.StoreInB = kTrue;
-    inputs.SearchPhaseA = kTrue;
-    inputs.SearchPhaseB = kFalse;
-    m_module.AnalyseFrame(jpg, kSearchCellSize, inputs);
+    analyse(frame, tempJpg, kTrue, kFalse);
   }
   const search::AnalyseBMP& module() const { return m_module; }
 
  private:
+  void analyse(const clip::FramePtr& frame, std::span<const std::uint8_t> tempJpg,
+               toolkit::Boolean phaseA, toolkit::Boolean phaseB) {
+    m_decoder.decodeAsScratch(*frame, tempJpg, kSearchCellSize);
+    const auto result = m_module.AnalyseFrame(frame, kSearchCellSize, phaseA, phaseB);
+    if (const auto box = search::refusalBox(result.refusal)) m_messages.show(*box);
+  }
+
+  toolkit::MessageSink& m_messages;
   search::AnalyseBMP m_module;
+  search::FrameDecoder m_decoder;
 };
 
 void report(const search::AnalyseBMP& m, const DiffOptions& o,
@@ -122,11 +128,12 @@ int diffClip(const std::string& path, long long frame, const DiffOptions& o, std
         << " has no next frame to compare with\n";
     return 1;
   }
-  Comparison comparison(session.platform(), o);
-  const search::FrameInputs inputs{clip.ClipWidth, clip.ClipHeight};
+  Comparison comparison(session.platform().messages, o);
   try {
-    comparison.storeOlder(clip.ExtractCurrentJpg(path, static_cast<int>(frame)), inputs);
-    comparison.compareNewer(clip.ExtractCurrentJpg(path, static_cast<int>(frame + 1)), inputs);
+    clip.ExtractCurrentJpg(path, static_cast<int>(frame));
+    comparison.storeOlder(clip.lastExtracted(), clip.scratch().jpegFile());
+    clip.ExtractCurrentJpg(path, static_cast<int>(frame + 1));
+    comparison.compareNewer(clip.lastExtracted(), clip.scratch().jpegFile());
   } catch (const RuntimeError& e) {
     err << "hgvtool: Error " << e.number() << ": " << e.description() << "\n";
     return 1;
@@ -135,27 +142,25 @@ int diffClip(const std::string& path, long long frame, const DiffOptions& o, std
   return session.boxes().empty() ? 0 : 1;
 }
 
-// Each picture is copied to the scratch "Temp.jpg" of a fresh program folder, where an extracted
-// frame would be, so that the comparison runs exactly as in a search.
+// Each picture is a frame of its own bytes, compared exactly as in a search.
 int diffPictures(const std::string& older, const std::string& newer, const DiffOptions& o,
                  std::ostream& out, std::ostream& err) {
   ToolSession session(err);
-  toolkit::FileSystem& files = session.platform().files;
-  const std::string scratch = toolkit::inFolder(session.platform().programFolder, "Temp.jpg");
-  const auto copyToScratch = [&](const std::string& picture) {
-    const std::string bytes = toolkit::readWholeFile(files, picture);
-    toolkit::writeWholeFile(
-        files, scratch,
-        std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
+  const auto frameOf = [&](const std::string& picture) {
+    auto frame = std::make_shared<clip::Frame>();
+    const std::string bytes = toolkit::readWholeFile(session.platform().files, picture);
+    frame->index = 0;
+    frame->jpeg.assign(bytes.begin(), bytes.end());
+    return frame;
   };
-  Comparison comparison(session.platform(), o);
+  Comparison comparison(session.platform().messages, o);
   const std::string* current = &older;
   try {
-    copyToScratch(older);
-    comparison.storeOlder(scratch, {});
+    const clip::FramePtr first = frameOf(older);
+    comparison.storeOlder(first, first->jpeg);
     current = &newer;
-    copyToScratch(newer);
-    comparison.compareNewer(scratch, {});
+    const clip::FramePtr second = frameOf(newer);
+    comparison.compareNewer(second, second->jpeg);
   } catch (const RuntimeError& e) {
     err << "hgvtool: " << *current << ": Error " << e.number() << ": " << e.description() << "\n";
     return 1;

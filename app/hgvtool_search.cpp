@@ -6,6 +6,7 @@
 
 #include "app/clip_search.h"
 #include "app/hgvtool_commands.h"
+#include "search/core/marks.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
@@ -37,29 +38,19 @@ class ToolWindow : public search::SearchWindow {
   void DoEvents() override {}
   void setSearchPointer(Direction, bool) override {}
   void ShowCurrentFrame() override {}
-  void MarkFrame(const std::vector<search::CellPoint>& corners) override {
-    // The comparison has just decoded this very frame; its bitmap holds the same pixels.
-    const std::string& path = m_session.OpenSaveFile.CurrentFrameFile;
-    const std::string jpeg = toolkit::readWholeFile(m_session.platform.files, path);
-    const auto bitmap = m_session.AnalyseBMP.bitmapOf(
-        {reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size()});
-    std::optional<toolkit::RgbImage> decoded;
-    if (!bitmap.empty()) decoded = toolkit::decodeBmp(bitmap);
-    m_marked = decoded ? std::move(*decoded) : toolkit::loadPicture(m_session.platform.files, path);
-    search::drawMarks(m_marked, corners);
-  }
-  const toolkit::RgbImage& marked() const { return m_marked; }
-  void SaveMarkedPicture(const std::string& path) override {
-    toolkit::encodeBmp24(m_marked, m_bmp);
-    toolkit::writeWholeFile(m_session.platform.files, path, m_bmp);
+  void ShowResult(const clip::FramePtr& frame,
+                  const std::vector<search::CellPoint>& corners) override {
+    m_session.SeparateMJPG.scratch().putMarked([frame, corners] {
+      std::vector<std::uint8_t> marked(frame->bitmap);
+      search::drawMarksOnBitmap(marked, corners);
+      return marked;
+    });
   }
   void ShutDownSession() override {}
 
  private:
   review::Session& m_session;
   std::function<void()> m_onStep;
-  toolkit::RgbImage m_marked;
-  std::vector<std::uint8_t> m_bmp;  // kept between results: a fresh one costs its pages each time
 };
 
 }  // namespace
@@ -74,11 +65,12 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
   const int total = o.TotalFrames.value();
   if (options.from < -1 || options.from > total) return false;
 
-  session.DrawRectangle.InitSearchArea({kFitViewWidth, kFitViewHeight},
-                                       {clip.ClipWidth, clip.ClipHeight});
-  if (options.area) session.DrawRectangle.SearchArea = *options.area;
-  session.AnalyseBMP.Sensitivity = options.sensitivity;
-  session.AnalyseBMP.ChangeThreshold = static_cast<std::int16_t>(options.threshold);
+  search::SearchState& state = tool.search();
+  state.DrawRectangle.InitSearchArea({kFitViewWidth, kFitViewHeight},
+                                     {clip.ClipWidth, clip.ClipHeight});
+  if (options.area) state.DrawRectangle.SearchArea = *options.area;
+  state.AnalyseBMP.Sensitivity = options.sensitivity;
+  state.AnalyseBMP.ChangeThreshold = static_cast<std::int16_t>(options.threshold);
 
   // The frame an end mark stands for is the one on show, and the one extracted.
   const int from = static_cast<int>(options.from);
@@ -88,7 +80,7 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
 
   ToolWindow window(session, onStep);
   view::Transport transport(session, fields, window);
-  search::SearchDriver driver(session, fields, window, transport);
+  search::SearchDriver driver(session, fields, state, window, transport);
   std::unique_ptr<search::DecodeAhead> ahead;
   if (options.threads > 1) {
     ahead = std::make_unique<search::DecodeAhead>(session.platform.files, options.threads);
@@ -102,7 +94,7 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
     record.outcome = outcome;
     record.currentFrame = o.CurrentFrame.value();
     record.frame = clip.ExtractedFrame.value();
-    record.changeThreshold = session.AnalyseBMP.ChangeThreshold.value();
+    record.changeThreshold = state.AnalyseBMP.ChangeThreshold.value();
     record.boxes.assign(tool.boxes().begin() + static_cast<std::ptrdiff_t>(boxesBefore),
                         tool.boxes().end());
     boxesBefore = tool.boxes().size();
@@ -110,17 +102,26 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
     // clip again.
     ended = outcome.ended != search::SearchOutcome::Ended::Found || outcome.reachedEnd;
     ++records;
-    if (outcome.ended == search::SearchOutcome::Ended::Found)
-      record.markedPicture = &window.marked();
     onRecord(record);
   };
-  for (int k = 0; options.all || k < options.count; ++k) {
-    ended = false;
-    const std::size_t recordsBefore = records;
-    driver.Click(options.direction);
-    // A clip of one frame starts no search: there is nothing to go on with.
-    if (records == recordsBefore || (ended && options.all)) break;
+  // Nobody looks into the tool's own program folder between two searches of one run: the scratch
+  // files are written when the run ends, as its last search leaves them.
+  clip::ScratchFiles& scratch = clip.scratch();
+  const bool holdRun = options.scratch == ScratchWrites::AtEnd;
+  if (holdRun) scratch.hold();
+  try {
+    for (int k = 0; options.all || k < options.count; ++k) {
+      ended = false;
+      const std::size_t recordsBefore = records;
+      driver.Click(options.direction);
+      // A clip of one frame starts no search: there is nothing to go on with.
+      if (records == recordsBefore || (ended && options.all)) break;
+    }
+  } catch (...) {
+    if (holdRun) scratch.flush();
+    throw;
   }
+  if (holdRun) scratch.flush();
   return true;
 }
 

@@ -28,6 +28,7 @@ ToolSession::ToolSession(std::ostream& err)
       m_platform{m_files, m_sink, makeTempFolder()},
       m_session(std::make_unique<review::Session>(m_platform)) {
   review::loadStartingValues(*m_session, m_fields);
+  search::loadStartingValues(m_search);
 }
 
 bool ToolSession::openClip(const std::string& path) {

@@ -10,6 +10,7 @@
 
 #include "review/form1_fields.h"
 #include "review/session.h"
+#include "search/core/search_state.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/platform.h"
@@ -18,8 +19,8 @@
 namespace app {
 
 // A session of its own, as if the program had just started: a temporary program folder (removed
-// at the end), real files, the module state at the values Form_Load gives it, and boxes that go
-// to `err` as they are shown and are kept for a JSON report.
+// at the end), real files, the module state and the search's beside it at the values Form_Load
+// gives them, and boxes that go to `err` as they are shown and are kept for a JSON report.
 class ToolSession {
  public:
   explicit ToolSession(std::ostream& err);
@@ -30,6 +31,7 @@ class ToolSession {
   toolkit::Platform& platform() { return m_platform; }
   review::Session& session() { return *m_session; }
   review::Form1Fields& fields() { return m_fields; }
+  search::SearchState& search() { return m_search; }
   const std::vector<toolkit::MessageBoxRequest>& boxes() const { return m_sink.boxes(); }
 
   // Opens a clip as the folder button does once the file is chosen, up to decoding frame 0, with
@@ -56,6 +58,7 @@ class ToolSession {
   toolkit::Platform m_platform;
   std::unique_ptr<review::Session> m_session;
   review::Form1Fields m_fields;
+  search::SearchState m_search;
 };
 
 // [{"text": ..., "icon": "critical"|null, "title": ...|null}, ...]

@@ -6,6 +6,7 @@
 
 #include "clip/clip_format.h"
 #include "clip/clip_scan.h"
+#include "toolkit/core/little_endian.h"
 #include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
 
@@ -22,9 +23,7 @@ constexpr const char* kEmptyFileText = "The file doesn't exist or no content in 
 constexpr const char* kUnvalidTypeText = "The file type is unvalid!";
 
 std::int32_t signed32(const std::uint8_t* b) {
-  std::uint32_t v = std::uint32_t{b[0]} | std::uint32_t{b[1]} << 8 | std::uint32_t{b[2]} << 16 |
-                    std::uint32_t{b[3]} << 24;
-  return static_cast<std::int32_t>(v);
+  return static_cast<std::int32_t>(toolkit::decodeFixed32(b));
 }
 
 bool tagIs(const std::uint8_t* b, std::string_view tag) {
@@ -156,6 +155,24 @@ Integer SeparateMJPG::recoverCutOffRecording(ClipScanner& scan) {
   return Integer(IndexEntryCount.value());
 }
 
+void readFrameBytes(toolkit::ReadableFile& file, const FramePlace& place,
+                    std::vector<std::uint8_t>& out) {
+  // A frame larger than the whole clip is damage, not a short tail: refuse it rather than
+  // allocate what the file cannot hold.
+  if (place.size > file.length()) throw RuntimeError::of(ErrorNumber::InputPastEndOfFile);
+  out.assign(static_cast<std::size_t>(place.size), 0);
+  file.readAt(place.offset, out);
+}
+
+FramePlace SeparateMJPG::placeOf(Integer frame) const {
+  const auto index = static_cast<std::size_t>(frame.value());
+  if (frame.value() < 0 || index >= FrameSizes.size() || index >= FramePositions.size()) {
+    throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
+  }
+  if (FrameSizes[index] <= 0) throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
+  return {frame.value(), std::int64_t{FramePositions[index]} - 1, FrameSizes[index]};
+}
+
 std::string SeparateMJPG::ExtractCurrentJpg(const std::string& path, Integer frame) {
   ExtractedFrame = frame.value();
   const auto index = static_cast<std::size_t>(frame.value());
@@ -164,22 +181,17 @@ std::string SeparateMJPG::ExtractCurrentJpg(const std::string& path, Integer fra
   }
   ExtractedSize = FrameSizes[index];
   ExtractedPosition = FramePositions[index];
-  if (ExtractedSize.value() <= 0) throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
+  const FramePlace place = placeOf(frame);
 
-  std::vector<std::uint8_t> buffer;
-  {
-    auto file = m_platform.files.openRead(path);
-    // A frame larger than the whole clip is damage, not a short tail: refuse it rather than
-    // allocate what the file cannot hold.
-    if (ExtractedSize.value() > file->length()) {
-      throw RuntimeError::of(ErrorNumber::InputPastEndOfFile);
-    }
-    buffer.assign(static_cast<std::size_t>(ExtractedSize.value()), 0);
-    file->readAt(std::int64_t{ExtractedPosition.value()} - 1, buffer);
+  FramePtr value = m_source ? m_source->take(path, place.frame) : nullptr;
+  if (!value) {
+    value = m_pool.make();
+    value->index = place.frame;
+    readFrameBytes(*m_platform.files.openRead(path), place, value->jpeg);
   }
-  const std::string scratch = toolkit::inFolder(m_platform.programFolder, "Temp.jpg");
-  m_platform.files.openWrite(scratch)->writeAt(0, buffer);
-  return scratch;
+  m_scratch.putJpeg(*value);
+  m_lastExtracted = std::move(value);
+  return m_scratch.jpegPath();
 }
 
 }  // namespace clip

@@ -1,19 +1,43 @@
 #pragma once
 
 // The clip reader: admits a file as a clip by tags at fixed offsets, builds the frame tables, and
-// copies one frame at a time to the scratch file "Temp.jpg". The byte layout it relies on is in
-// clip/clip_format.h.
+// reads one frame at a time as a Frame, whose bytes go to the scratch file "Temp.jpg". The byte
+// layout it relies on is in clip/clip_format.h.
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "clip/frame.h"
+#include "clip/scratch_files.h"
 #include "toolkit/core/platform.h"
 #include "toolkit/core/vb_types.h"
 
 namespace clip {
 
 class ClipScanner;
+
+// Where a frame's bytes lie in its clip.
+struct FramePlace {
+  std::int32_t frame = 0;
+  std::int64_t offset = 0;  // from 0
+  std::int32_t size = 0;
+};
+
+// Reads a frame's bytes into `out` as extraction does: a frame larger than the whole file is
+// "Input past end of file" (62); a file shorter than the frame's end leaves zeros in the rest.
+void readFrameBytes(toolkit::ReadableFile& file, const FramePlace& place,
+                    std::vector<std::uint8_t>& out);
+
+// Frames that are at hand before the clip is read for them: frames decoded ahead on other threads
+// during a search.
+class FrameSource {
+ public:
+  virtual ~FrameSource() = default;
+  // Frame `index` of the clip at `path`, its bytes read by readFrameBytes, or nullptr when the
+  // source does not have it and the clip must be read.
+  virtual FramePtr take(const std::string& path, std::int32_t index) = 0;
+};
 
 using toolkit::Boolean;
 using toolkit::Integer;
@@ -22,7 +46,8 @@ using toolkit::Long;
 // The module's variables and procedures. A fresh object is the state at program start.
 class SeparateMJPG {
  public:
-  explicit SeparateMJPG(toolkit::Platform& platform) : m_platform(platform) {}
+  explicit SeparateMJPG(toolkit::Platform& platform)
+      : m_platform(platform), m_scratch(platform.files, platform.programFolder) {}
 
   // Header check. True when admitted; then ClipPath, ClipWidth, ClipHeight and JunkSize hold the
   // file's values. Refusals and errors are reported in message boxes.
@@ -34,10 +59,21 @@ class SeparateMJPG {
   // Whether the last SaveAviChunk ended with its error box; a 0 without one is a silent refusal.
   bool scanShowedBox() const { return m_scanShowedBox; }
 
-  // Copies frame `frame`'s bytes to "Temp.jpg" in the program folder and returns that path.
-  // Sets ExtractedFrame, ExtractedSize, ExtractedPosition first. Run-time errors propagate as
-  // toolkit::RuntimeError; the caller handles them.
+  // Reads frame `frame` of the clip at `path` and puts its bytes into "Temp.jpg" through the
+  // scratch files; returns that path. Sets ExtractedFrame, ExtractedSize, ExtractedPosition first.
+  // Run-time errors propagate as toolkit::RuntimeError; the caller handles them.
   std::string ExtractCurrentJpg(const std::string& path, Integer frame);
+
+  // The frame of the last extraction that reached "Temp.jpg": the frame the scratch file holds.
+  // nullptr before the first.
+  const FramePtr& lastExtracted() const { return m_lastExtracted; }
+  // Where frame `frame` lies, by the tables; "Subscript out of range" (9) for a frame outside
+  // them and for one of size 0 or less.
+  FramePlace placeOf(Integer frame) const;
+
+  // Frames to take before reading the clip; nullptr reads every frame. Not owned.
+  void setFrameSource(FrameSource* source) { m_source = source; }
+  ScratchFiles& scratch() { return m_scratch; }
 
   // Variables, named as the rest of the program knows them.
   std::string ClipPath;
@@ -59,6 +95,10 @@ class SeparateMJPG {
 
   toolkit::Platform& m_platform;
   bool m_scanShowedBox = false;
+  ScratchFiles m_scratch;
+  FramePool m_pool;
+  FrameSource* m_source = nullptr;
+  FramePtr m_lastExtracted;
 };
 
 }  // namespace clip

@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "clip/separate_mjpg.h"
-#include "fuzz/memory_file_system.h"
+#include "tests/support/memory_file_system.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/runtime_error.h"
@@ -20,7 +20,7 @@ class CountingSink : public toolkit::MessageSink {
 }  // namespace
 
 void openClipBytes(const std::uint8_t* data, std::size_t size) {
-  MemoryFileSystem fs;
+  testing_support::MemoryFileSystem fs;
   fs.files["/clip.hgv"].assign(data, data + size);
   CountingSink sink;
   toolkit::Platform platform{fs, sink, ""};

@@ -16,6 +16,7 @@ void Form1::Form_Load() {
       return;
     }
     review::loadStartingValues(session, *this);
+    loadSearchStartingValues();
     picShowAVI->Visible = false;
     tmrControlDisplay->Enabled = false;
     HS1->Max = 100;
@@ -51,11 +52,10 @@ void Form1::Form_QueryUnload(Integer& Cancel, Integer& UnloadMode) {
 void Form1::ShutDownSession() {
   std::vector<toolkit::Form*> loaded = host().Forms();
   for (toolkit::Form* form : loaded) form->Unload();
-  if (FileExists(OpenSaveFile.CurrentFrameFile)) Kill(OpenSaveFile.CurrentFrameFile);
-  std::string bitmap = toolkit::inFolder(programFolder(), "1.bmp");
-  if (FileExists(bitmap)) Kill(bitmap);
-  std::string marked = toolkit::inFolder(programFolder(), "temp.bmp");
-  if (FileExists(marked)) Kill(marked);
+  clip::ScratchFiles& scratch = SeparateMJPG.scratch();
+  if (FileExists(OpenSaveFile.CurrentFrameFile)) scratch.remove(OpenSaveFile.CurrentFrameFile);
+  if (FileExists(scratch.bitmapPath())) scratch.remove(scratch.bitmapPath());
+  if (FileExists(scratch.markedPath())) scratch.remove(scratch.markedPath());
 }
 
 }  // namespace skin

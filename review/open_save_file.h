@@ -23,8 +23,6 @@ struct OpenSaveFile {
   Long PictureWidth;   // twips
   Long PictureHeight;  // twips
   Boolean ZoomActive = kFalse;
-  Boolean SearchPhaseA = kFalse;
-  Boolean SearchPhaseB = kFalse;
   std::string WmvSourcePath;
   std::string WmvTargetPath;
   Long WmvFirstFrame;

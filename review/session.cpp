@@ -8,7 +8,6 @@ using toolkit::kFalse;
 using toolkit::kTrue;
 
 void loadStartingValues(Session& session, Form1Fields& fields) {
-  session.DrawRectangle.SearchBox = {};
   fields.PlayingForward = kFalse;
   fields.PlayingBack = kFalse;
   session.OpenSaveFile.ZoomActive = kFalse;
@@ -16,8 +15,6 @@ void loadStartingValues(Session& session, Form1Fields& fields) {
   fields.SettingsShown = kFalse;
   fields.SearchCellSize = 16;
   fields.ZoomPercent = 100;
-  session.OpenSaveFile.SearchPhaseA = kTrue;
-  session.OpenSaveFile.SearchPhaseB = kTrue;
 }
 
 OpenResult OpenClipFile(Session& session, const std::string& path) {

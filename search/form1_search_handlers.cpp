@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "search/core/marks.h"
 #include "skin/form1.h"
 #include "skin/frm_setting.h"
 
@@ -27,10 +28,13 @@ void Form1::setSearchPointer(search::Direction direction, bool wait) {
   image->MousePointer = wait ? Pointer::Hourglass : Pointer::Default;
 }
 
-void Form1::MarkFrame(const std::vector<search::CellPoint>& corners) {
+void Form1::loadSearchStartingValues() { search::loadStartingValues(searchState); }
+
+void Form1::ShowResult(const clip::FramePtr& frame,
+                       const std::vector<search::CellPoint>& corners) {
   picBase->ScaleMode = ScaleUnit::Pixels;
   picShowAVI->ScaleMode = ScaleUnit::Pixels;
-  picShowAVI->Picture = LoadPicture(OpenSaveFile.CurrentFrameFile);
+  picShowAVI->Picture = toolkit::Picture::fromBitmap(frame->bitmapFile());
   picShowAVI->DrawWidth = 1;
   for (const search::CellPoint& p : corners) {
     const auto x = static_cast<Single>(p.X.value());
@@ -38,9 +42,10 @@ void Form1::MarkFrame(const std::vector<search::CellPoint>& corners) {
     picShowAVI->Line(x, y, x + search::kMarkSide, y + search::kMarkSide, toolkit::RGB(0, 0, 255),
                      toolkit::LineKind::Box);
   }
+  const toolkit::Picture marked = picShowAVI->Image;
+  SeparateMJPG.scratch().putMarked([marked] { return toolkit::encodeBmp24(marked.toRgb()); });
+  ShowPicture(marked);
 }
-
-void Form1::SaveMarkedPicture(const std::string& path) { SavePicture(picShowAVI->Image, path); }
 
 void Form1::imgSetting_Click() {
   if (SearchingForward != kFalse || SearchingBack != kFalse) return;

@@ -30,7 +30,7 @@ frmExportVideo::frmExportVideo(toolkit::Host& host, review::Session& session, Wi
       session(session),
       OpenSaveFile(session.OpenSaveFile),
       SeparateMJPG(session.SeparateMJPG),
-      DrawRectangle(session.DrawRectangle),
+      DrawRectangle(windows.Form1.DrawRectangle),
       Form1(windows.Form1),
       frmWait(windows.frmWait) {}
 
@@ -123,7 +123,7 @@ frmSetting::frmSetting(toolkit::Host& host, review::Session& session, Windows& w
     : Form(host, "frmSetting"),
       OpenSaveFile(session.OpenSaveFile),
       SeparateMJPG(session.SeparateMJPG),
-      DrawRectangle(session.DrawRectangle),
+      DrawRectangle(windows.Form1.DrawRectangle),
       Form1(windows.Form1) {}
 
 void frmSetting::createControls() {

@@ -11,6 +11,7 @@
 
 #include "review/form1_fields.h"
 #include "review/session.h"
+#include "search/core/search_state.h"
 #include "search/driver/search_driver.h"
 #include "toolkit/widgets/controls.h"
 #include "view/transport.h"
@@ -33,8 +34,10 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
  public:
   Form1(toolkit::Host& host, review::Session& session, Windows& windows);
 
-  // Module state and the other windows, by the names the handlers use.
+  // Module state and the other windows, by the names the handlers use. The search's state is the
+  // window's own, beside the session.
   review::Session& session;
+  search::SearchState searchState;
   ::review::OpenSaveFile& OpenSaveFile;
   ::clip::SeparateMJPG& SeparateMJPG;
   ::search::AnalyseBMP& AnalyseBMP;
@@ -106,6 +109,10 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
 
   // Frame presentation, zoom and pan (view/).
   void ShowCurrentFrame() override;
+  // What ShowCurrentFrame paints: `picture` by the fit or the zoom path.
+  void ShowPicture(const toolkit::Picture& picture);
+  // The picture of the file at `path`, taken from the frame's own value when it is "Temp.jpg".
+  toolkit::Picture FramePicture(const std::string& path);
   // The show step: ShowCurrentFrame if the file CurrentFrameFile exists.
   void ShowStep() override;
   void ApplyZoom(Integer& Zoom);
@@ -162,8 +169,10 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
   // What the search asks of the window.
   void DoEvents() override { Form::DoEvents(); }
   void setSearchPointer(search::Direction direction, bool wait) override;
-  void MarkFrame(const std::vector<search::CellPoint>& corners) override;
-  void SaveMarkedPicture(const std::string& path) override;
+  void ShowResult(const clip::FramePtr& frame,
+                  const std::vector<search::CellPoint>& corners) override;
+  // Form_Load's starting values of the search (search/).
+  void loadSearchStartingValues();
 
   // Export (export/).
   void imgSave_Click();

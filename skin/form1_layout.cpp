@@ -60,13 +60,13 @@ Form1::Form1(toolkit::Host& host, review::Session& session, Windows& windows)
       session(session),
       OpenSaveFile(session.OpenSaveFile),
       SeparateMJPG(session.SeparateMJPG),
-      AnalyseBMP(session.AnalyseBMP),
-      DrawRectangle(session.DrawRectangle),
+      AnalyseBMP(searchState.AnalyseBMP),
+      DrawRectangle(searchState.DrawRectangle),
       frmExportVideo(windows.frmExportVideo),
       frmSetting(windows.frmSetting),
       frmWait(windows.frmWait),
       m_transport(session, *this, *this),
-      m_search(session, *this, *this, m_transport) {
+      m_search(session, *this, searchState, *this, m_transport) {
   setDecodeThreads(search::defaultDecodeThreads());
 }
 

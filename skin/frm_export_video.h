@@ -3,6 +3,7 @@
 // The export dialog "Save File". Its handlers are in export/.
 
 #include "review/session.h"
+#include "search/core/draw_rectangle.h"
 #include "toolkit/widgets/controls.h"
 
 namespace skin {

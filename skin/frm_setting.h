@@ -3,6 +3,7 @@
 // The motion search settings dialog "Settings". Its handlers are in search/.
 
 #include "review/session.h"
+#include "search/core/draw_rectangle.h"
 #include "toolkit/widgets/controls.h"
 
 namespace skin {

@@ -47,17 +47,17 @@ namespace {
 
 // The guards of the transport's buttons: a clip with frames, no search area being chosen, no
 // search running. Passing them ends a standing search result.
-bool transportGuards(review::Session& session, review::Form1Fields& fields) {
-  if (!session.clipHasFrames() || session.DrawRectangle.SearchAreaEditing != kFalse) return false;
-  if (fields.SearchingForward != kFalse || fields.SearchingBack != kFalse) return false;
-  fields.MarkedPicturePath.clear();
+bool transportGuards(Form1& form) {
+  if (!form.session.clipHasFrames() || form.DrawRectangle.SearchAreaEditing != kFalse) return false;
+  if (form.SearchingForward != kFalse || form.SearchingBack != kFalse) return false;
+  form.MarkedPicturePath.clear();
   return true;
 }
 
 }  // namespace
 
 void Form1::imgBegin_Click() {
-  if (!transportGuards(session, *this) || OpenSaveFile.TotalFrames == Integer(1)) return;
+  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
   guardTransport([this] {
     StopPlayback();
     OpenSaveFile.CurrentFrame = 0;
@@ -69,7 +69,7 @@ void Form1::imgBegin_Click() {
 }
 
 void Form1::imgEnd_Click() {
-  if (!transportGuards(session, *this) || OpenSaveFile.TotalFrames == Integer(1)) return;
+  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
   guardTransport([this] {
     StopPlayback();
     // The plain last frame number, not the end mark -1.
@@ -82,7 +82,7 @@ void Form1::imgEnd_Click() {
 }
 
 void Form1::imgLeftStep_Click() {
-  if (!transportGuards(session, *this)) return;
+  if (!transportGuards(*this)) return;
   guardTransport([this] {
     StopPlayback();
     StepBack();
@@ -91,7 +91,7 @@ void Form1::imgLeftStep_Click() {
 }
 
 void Form1::imgRightStep_Click() {
-  if (!transportGuards(session, *this)) return;
+  if (!transportGuards(*this)) return;
   guardTransport([this] {
     StopPlayback();
     StepForward();
@@ -122,7 +122,7 @@ void startPlayback(skin::Form1& form, const SpeedRow (&rows)[5],
 }  // namespace
 
 void Form1::imgRightPlay_Click() {
-  if (!transportGuards(session, *this) || OpenSaveFile.TotalFrames == Integer(1)) return;
+  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
   PlayingForward = kTrue;
   PlayingBack = kFalse;
   startPlayback(*this, kForward, {img1X, img2X, img3X, img4X, img5X},
@@ -130,7 +130,7 @@ void Form1::imgRightPlay_Click() {
 }
 
 void Form1::imgLeftPlay_Click() {
-  if (!transportGuards(session, *this) || OpenSaveFile.TotalFrames == Integer(1)) return;
+  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
   PlayingForward = kFalse;
   PlayingBack = kTrue;
   startPlayback(*this, kBackward, {img1XN, img2XN, img3XN, img4XN, img5XN},

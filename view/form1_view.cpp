@@ -15,18 +15,35 @@ void Form1::ShowStep() {
   if (FileExists(OpenSaveFile.CurrentFrameFile)) ShowCurrentFrame();
 }
 
+toolkit::Picture Form1::FramePicture(const std::string& path) {
+  clip::ScratchFiles& scratch = SeparateMJPG.scratch();
+  const clip::FramePtr& frame = SeparateMJPG.lastExtracted();
+  if (path != scratch.jpegPath() || !frame) return LoadPicture(path);
+  // "Temp.jpg" holds this frame: its picture is at hand when a search decoded it, and otherwise
+  // the bytes the file holds are decoded without reading them back.
+  const std::span<const std::uint8_t> file = scratch.jpegFile();
+  if (frame->pictureOfFile(file.size())) return toolkit::Picture::fromBitmap(frame->bitmap);
+  return toolkit::LoadPicture(file);
+}
+
 void Form1::ShowCurrentFrame() {
   picBase->ScaleMode = ScaleUnit::Twips;
   picShowAVI->ScaleMode = ScaleUnit::Twips;
   // Decoded first, so that a frame that cannot be shown leaves no half-done view behind.
   toolkit::Picture picture;
   try {
-    picture = LoadPicture(OpenSaveFile.CurrentFrameFile);
+    picture = FramePicture(OpenSaveFile.CurrentFrameFile);
   } catch (const toolkit::RuntimeError& e) {
     if (e.number() != static_cast<int>(toolkit::ErrorNumber::InvalidPicture)) throw;
     ShowUndecodableFrame();
     return;
   }
+  ShowPicture(picture);
+}
+
+void Form1::ShowPicture(const toolkit::Picture& picture) {
+  picBase->ScaleMode = ScaleUnit::Twips;
+  picShowAVI->ScaleMode = ScaleUnit::Twips;
   const float pictureWidth = OpenSaveFile.PictureWidth.value();
   const float pictureHeight = OpenSaveFile.PictureHeight.value();
 

@@ -6,30 +6,31 @@ using toolkit::Integer;
 using toolkit::kFalse;
 using toolkit::kTrue;
 
-void Transport::extract() {
+const clip::FramePtr& Transport::extract() {
   review::OpenSaveFile& o = m_session.OpenSaveFile;
   o.CurrentFrameFile = m_session.SeparateMJPG.ExtractCurrentJpg(o.ClipFileName, o.CurrentFrame);
+  return m_session.SeparateMJPG.lastExtracted();
 }
 
-void Transport::StepBack() {
+const clip::FramePtr& Transport::StepBack() {
   review::OpenSaveFile& o = m_session.OpenSaveFile;
   const int total = o.TotalFrames.value();
   int frame = o.CurrentFrame.value() - 1;
   o.CurrentFrame = frame;
   if (frame == 0) {
-    extract();
+    const clip::FramePtr& extracted = extract();
     m_window.UpdateBarPosition();
     o.CurrentFrame = o.TotalFrames;
-    return;
+    return extracted;
   }
   if (frame == -1) frame = total - 1;
   if (frame == -2) frame = total - 2;
   o.CurrentFrame = frame;
   m_window.UpdateBarPosition();
-  extract();
+  return extract();
 }
 
-void Transport::StepForward() {
+const clip::FramePtr& Transport::StepForward() {
   review::OpenSaveFile& o = m_session.OpenSaveFile;
   const int total = o.TotalFrames.value();
   // From the mark TotalFrames of a clip of 32,767 frames the sum does not fit 16 bits, but it
@@ -38,15 +39,15 @@ void Transport::StepForward() {
   if (frame == total - 1) {
     o.CurrentFrame = frame;
     m_window.UpdateBarPosition();
-    extract();
+    const clip::FramePtr& extracted = extract();
     o.CurrentFrame = -1;
-    return;
+    return extracted;
   }
   if (frame == total) frame = 0;
   if (frame == total + 1) frame = 1;
   o.CurrentFrame = frame;
   m_window.UpdateBarPosition();
-  extract();
+  return extract();
 }
 
 void Transport::PausePlay() {

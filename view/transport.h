@@ -40,16 +40,17 @@ class Transport {
       : m_session(session), m_fields(fields), m_window(window) {}
 
   // One frame back or forward: CurrentFrame, the bar, and the frame's JPEG in CurrentFrameFile.
-  // Draws nothing. An extraction that fails raises its run-time error, with CurrentFrame moved.
-  void StepBack();
-  void StepForward();
+  // Draws nothing; returns the frame extracted. An extraction that fails raises its run-time
+  // error, with CurrentFrame moved.
+  const clip::FramePtr& StepBack();
+  const clip::FramePtr& StepForward();
 
   // imgPausePlay_Click: nothing in a clip of one frame; else ends a standing search result, asks
   // a running search to stop (which at rest shows the plain frame again) and stops playback.
   void PausePlay();
 
  private:
-  void extract();
+  const clip::FramePtr& extract();
 
   review::Session& m_session;
   review::Form1Fields& m_fields;

@@ -6,10 +6,8 @@
 #include <cstring>
 
 #include "search/core/cell_sums.h"
-#include "toolkit/converters/jpg_to_bmp.h"
 #include "toolkit/core/image.h"
-#include "toolkit/core/message_box.h"
-#include "toolkit/core/program_folder.h"
+#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace search {
@@ -18,28 +16,26 @@ namespace {
 using toolkit::ErrorNumber;
 using toolkit::RuntimeError;
 
-constexpr std::size_t kHeaderBytes = 54;
 constexpr int kCellPixels = 256;  // a 16 x 16 cell, the divisor whatever the cell size
 constexpr int kBottomRowsSkipped = 4;
 constexpr int kThresholdFloor = 40;
 constexpr int kHighAdjust = -20;
 constexpr int kLowAdjust = 50;
 
-std::uint32_t le32(const std::uint8_t* p) {
-  return std::uint32_t{p[0]} | std::uint32_t{p[1]} << 8 | std::uint32_t{p[2]} << 16 |
-         std::uint32_t{p[3]} << 24;
-}
-
-// The converter ignores the clip size, so a clip wider than 16 bits must not fail on the way.
-Integer sixteenBit(Long v) {
-  return static_cast<std::int16_t>(std::clamp<std::int32_t>(v.value(), 0, INT16_MAX));
-}
-
-void warn(toolkit::MessageSink& sink, const char* text) {
-  sink.show(toolkit::MessageBoxRequest::critical(text, "Warning"));
-}
-
 }  // namespace
+
+std::optional<toolkit::MessageBoxRequest> refusalBox(BitmapRefusal refusal) {
+  switch (refusal) {
+    case BitmapRefusal::NotBmp:
+      return toolkit::MessageBoxRequest::critical("It is not BMP file. ", "Warning");
+    case BitmapRefusal::Not24Bit:
+      return toolkit::MessageBoxRequest::critical("The BMP file is not 24 bit! ", "Warning");
+    case BitmapRefusal::None:
+    case BitmapRefusal::Silent:
+      break;
+  }
+  return std::nullopt;
+}
 
 void CellPointGrid::assign(std::int32_t rows, std::int32_t columns, std::int32_t cellSize) {
   if (rows == m_rows && columns == m_columns && !m_points.empty() &&
@@ -64,39 +60,8 @@ const CellPoint& CellPointGrid::operator()(Long row, Long column) const {
                   static_cast<std::size_t>(column.value())];
 }
 
-AnalyseBMP::AnalyseBMP(toolkit::Platform& platform)
-    : m_platform(platform),
-      m_jpgToBmp(std::make_unique<toolkit::JpgToBmpConverter>(platform.files)) {}
-
-AnalyseBMP::~AnalyseBMP() = default;
-
-void AnalyseBMP::setConverter(Converter converter) { m_converter = std::move(converter); }
-
-std::span<const std::uint8_t> AnalyseBMP::readBitmap(const std::string& path) {
-  // The old module opened the bitmap in a mode that creates it, so a missing file read as an
-  // empty one; any file that cannot be read is taken the same way.
-  try {
-    auto file = m_platform.files.openRead(path);
-    m_fileBytes.resize(static_cast<std::size_t>(file->length()));
-    m_fileBytes.resize(file->readAt(0, m_fileBytes));
-  } catch (const RuntimeError&) {
-    m_fileBytes.clear();
-  }
-  return m_fileBytes;
-}
-
-void AnalyseBMP::setAheadSource(
-    std::function<bool(std::span<const std::uint8_t>, std::vector<std::uint8_t>&)> source) {
-  m_jpgToBmp->setAheadSource(std::move(source));
-}
-
-std::span<const std::uint8_t> AnalyseBMP::bitmapOf(std::span<const std::uint8_t> jpeg) const {
-  if (m_converter) return {};
-  return m_jpgToBmp->bitmapOf(jpeg);
-}
-
-Long AnalyseBMP::AnalyseFrame(const std::string& JpgPath, Integer CellSize,
-                              const FrameInputs& inputs) {
+AnalyseBMP::Result AnalyseBMP::AnalyseFrame(const clip::FramePtr& frame, Integer CellSize,
+                                            Boolean SearchPhaseA, Boolean SearchPhaseB) {
   ChangedCellCount = 0;
   ChangedCells.clear();
   m_sweepThreshold.reset();
@@ -104,79 +69,81 @@ Long AnalyseBMP::AnalyseFrame(const std::string& JpgPath, Integer CellSize,
   if (CellSize.value() < 0) throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
   const std::int32_t cellSize = CellSize.value();
 
-  const std::string bmpPath = toolkit::folderWithSeparator(JpgPath) + "1.bmp";
-  if (m_converter) {
-    m_converter(JpgPath, bmpPath, sixteenBit(inputs.ClipWidth), sixteenBit(inputs.ClipHeight));
-  } else if (m_jpgToBmp->decode(JpgPath)) {
-    // The decoded bitmap is what the file holds once written, so it is reduced from memory
-    // rather than read back. A bitmap that did not reach the disk is read back below, which
-    // shows its box as any missing bitmap does.
-    const auto file = m_jpgToBmp->bitmap();
-    const bool written = m_jpgToBmp->write(bmpPath);
-    if (written) {
-      const auto shape = checkBitmap(file);
-      if (!shape) return 0;
-      reduce(file, *shape, cellSize);
-      commit(*shape, cellSize, inputs);
-      return ChangedCellCount;
-    }
-  } else {
-    m_jpgToBmp->discardTarget(bmpPath);
-  }
+  const std::span<const std::uint8_t> file =
+      frame ? frame->bitmapFile() : std::span<const std::uint8_t>();
+  Result result;
+  const auto shape = checkBitmap(file, result.refusal);
+  if (!shape) return result;
 
-  const auto file = readBitmap(bmpPath);
-  const auto shape = checkBitmap(file);
-  if (!shape) return 0;
-  reduce(file, *shape, cellSize);
-  commit(*shape, cellSize, inputs);
-  return ChangedCellCount;
+  std::span<const Single> sums = frame->cellSums;
+  if (frame->cellSize != cellSize) {
+    m_cellSums.resize(static_cast<std::size_t>(shape->width / cellSize) *
+                      static_cast<std::size_t>(shape->height / cellSize));
+    const BgrRows rows{file.data() + toolkit::kBmpHeaderBytes, shape->rowBytes, shape->width,
+                       shape->height};
+    cellSums(rows, cellSize, m_cellSums.data());
+    sums = m_cellSums;
+  }
+  commit(frame, *shape, cellSize, sums, SearchPhaseA, SearchPhaseB);
+  result.changed = ChangedCellCount;
+  return result;
 }
 
-std::optional<AnalyseBMP::Shape> AnalyseBMP::checkBitmap(std::span<const std::uint8_t> file) {
-  std::array<std::uint8_t, kHeaderBytes> header{};
-  if (!file.empty()) std::memcpy(header.data(), file.data(), std::min(file.size(), kHeaderBytes));
+std::optional<AnalyseBMP::Shape> AnalyseBMP::checkBitmap(std::span<const std::uint8_t> file,
+                                                        BitmapRefusal& refusal) {
+  // A short or missing file reads as zeros past its end, as the old module's record did.
+  std::array<std::uint8_t, toolkit::kBmpHeaderBytes> header{};
+  if (!file.empty()) {
+    std::memcpy(header.data(), file.data(), std::min(file.size(), toolkit::kBmpHeaderBytes));
+  }
+  refusal = BitmapRefusal::Silent;
   if (header[0] != 'B' || header[1] != 'M') {
-    warn(m_platform.messages, "It is not BMP file. ");
+    refusal = BitmapRefusal::NotBmp;
     return std::nullopt;
   }
-  if ((header[28] | header[29] << 8) != 24) {
-    warn(m_platform.messages, "The BMP file is not 24 bit! ");
+  if (toolkit::decodeFixed16(&header[28]) != 24) {
+    refusal = BitmapRefusal::Not24Bit;
     return std::nullopt;
   }
-  if (le32(&header[46]) != 0) return std::nullopt;
+  if (toolkit::decodeFixed32(&header[46]) != 0) return std::nullopt;
 
-  const auto width = static_cast<std::int32_t>(le32(&header[18]));
-  const auto height = static_cast<std::int32_t>(le32(&header[22]));
+  const auto width = static_cast<std::int32_t>(toolkit::decodeFixed32(&header[18]));
+  const auto height = static_cast<std::int32_t>(toolkit::decodeFixed32(&header[22]));
   if (width <= 0 || height <= 0) return std::nullopt;
   if (std::int64_t{width} * height > toolkit::kMaxPicturePixels) return std::nullopt;
   const std::int64_t rowBytes = (std::int64_t{width} * 3 + 3) & ~std::int64_t{3};
-  if (file.size() < kHeaderBytes ||
-      static_cast<std::int64_t>(file.size() - kHeaderBytes) / rowBytes < height) {
+  if (file.size() < toolkit::kBmpHeaderBytes ||
+      static_cast<std::int64_t>(file.size() - toolkit::kBmpHeaderBytes) / rowBytes < height) {
     return std::nullopt;
   }
+  refusal = BitmapRefusal::None;
   return Shape{width, height, static_cast<std::size_t>(rowBytes)};
 }
 
-void AnalyseBMP::reduce(std::span<const std::uint8_t> file, const Shape& shape,
-                        std::int32_t cellSize) {
-  m_nextLuma.resize(static_cast<std::size_t>(shape.width) * static_cast<std::size_t>(shape.height));
-  m_cellSums.resize(static_cast<std::size_t>(shape.width / cellSize) *
-                    static_cast<std::size_t>(shape.height / cellSize));
-  const BgrRows rows{file.data() + kHeaderBytes, shape.rowBytes, shape.width, shape.height};
-  lumaAndCellSums(rows, cellSize, m_nextLuma.data(), m_cellSums.data());
-}
-
-void AnalyseBMP::commit(const Shape& shape, std::int32_t cellSize, const FrameInputs& inputs) {
+void AnalyseBMP::commit(const clip::FramePtr& frame, const Shape& shape, std::int32_t cellSize,
+                        std::span<const Single> sums, Boolean SearchPhaseA, Boolean SearchPhaseB) {
   PixelCount = shape.width * shape.height;
-  LumaPixels.swap(m_nextLuma);
+  m_last = frame;
+  m_lastShape = shape;
   CellColumns = shape.width / cellSize;
   CellRows = shape.height / cellSize;
   CellOrigins.assign(CellRows.value(), CellColumns.value(), cellSize);
-  StoreCellMeans(static_cast<std::int64_t>(m_cellSums.size()), m_cellSums, inputs);
+  StoreCellMeans(static_cast<std::int64_t>(sums.size()), sums, SearchPhaseA, SearchPhaseB);
+}
+
+std::vector<Single> AnalyseBMP::LumaPixels() const {
+  std::vector<Single> luma;
+  if (!m_last || !m_last->decoded()) return luma;
+  luma.resize(static_cast<std::size_t>(m_lastShape.width) *
+              static_cast<std::size_t>(m_lastShape.height));
+  const BgrRows rows{m_last->bitmap.data() + toolkit::kBmpHeaderBytes, m_lastShape.rowBytes,
+                     m_lastShape.width, m_lastShape.height};
+  lumaPixels(rows, luma.data());
+  return luma;
 }
 
 void AnalyseBMP::StoreCellMeans(std::int64_t CellCount, std::span<const Single> CellSums,
-                                const FrameInputs& inputs) {
+                                Boolean SearchPhaseA, Boolean SearchPhaseB) {
   const bool intoA = StoreInA != 0 && StoreInB == 0;
   const bool intoB = StoreInB != 0 && StoreInA == 0;
   if (!intoA && !intoB) return;
@@ -188,7 +155,7 @@ void AnalyseBMP::StoreCellMeans(std::int64_t CellCount, std::span<const Single> 
   for (std::size_t i = 0; i < means.size(); ++i) {
     means[i] = Long::fromDouble(CellSums[i]).value() / kCellPixels;
   }
-  const bool due = intoB || (inputs.SearchPhaseA == 0 && inputs.SearchPhaseB != 0);
+  const bool due = intoB || (SearchPhaseA == 0 && SearchPhaseB != 0);
   // Frames of different sizes have no cells in common.
   if (!due || CellMeansA.size() != CellMeansB.size()) return;
   ChooseThreshold();

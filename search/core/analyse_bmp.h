@@ -1,9 +1,10 @@
 #pragma once
 
 // The module AnalyseBMP: which cells of the picture changed between two frames that follow each
-// other. Each frame's JPEG is converted to the scratch bitmap "1.bmp" beside it, the bitmap is
-// reduced to a grid of cells with one mean brightness each, and the newest two grids are compared
-// against a threshold chosen anew from each pair.
+// other. It takes a frame's picture as the bitmap the converter makes of it (clip::Frame), reduces
+// it to a grid of cells with one mean brightness each, and compares the newest two grids against
+// a threshold chosen anew from each pair. It reads no file and shows no box: it says what it
+// refused, and its caller shows the box.
 //
 // The bitmap it reads (little-endian, one 54-byte record from the first byte of the file):
 //
@@ -23,19 +24,14 @@
 // 32,767 cells, is compared like any other. ChangeThreshold stays 16-bit.
 
 #include <cstdint>
-#include <functional>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "toolkit/core/platform.h"
+#include "clip/frame.h"
+#include "toolkit/core/message_box.h"
 #include "toolkit/core/vb_types.h"
-
-namespace toolkit {
-class JpgToBmpConverter;
-}
 
 namespace search {
 
@@ -71,60 +67,48 @@ class CellPointGrid {
   std::vector<CellPoint> m_points;
 };
 
-// What AnalyseFrame takes from the session besides its own arguments.
-struct FrameInputs {
-  Long ClipWidth;  // handed to JPG_TO_BMP, which does not use them
-  Long ClipHeight;
-  Boolean SearchPhaseA = toolkit::kTrue;
-  Boolean SearchPhaseB = toolkit::kTrue;
+// Why a frame was not analysed.
+enum class BitmapRefusal {
+  None,
+  NotBmp,    // no "BM": also a frame without a picture, as a missing or empty bitmap file reads
+  Not24Bit,  // biBitCount is not 24
+  Silent,    // given up without a word (see AnalyseFrame)
 };
+
+// The box the module's caller shows for a refusal: "It is not BMP file. " or "The BMP file is
+// not 24 bit! ", critical, titled "Warning"; nullopt for None and Silent.
+std::optional<toolkit::MessageBoxRequest> refusalBox(BitmapRefusal refusal);
 
 class AnalyseBMP {
  public:
-  // Converts a frame's JPEG to the bitmap at `target`. The default is JPG_TO_BMP; tests hand
-  // the comparison bitmaps made byte by byte through one of their own.
-  using Converter = std::function<void(const std::string& source, const std::string& target,
-                                       Integer width, Integer height)>;
+  struct Result {
+    Long changed;  // ChangedCellCount
+    BitmapRefusal refusal = BitmapRefusal::None;
+  };
 
-  // `platform` must outlive the module; its files and message boxes are the module's only
-  // contact with the outside.
-  explicit AnalyseBMP(toolkit::Platform& platform);
-  ~AnalyseBMP();
-  AnalyseBMP(const AnalyseBMP&) = delete;
-  AnalyseBMP& operator=(const AnalyseBMP&) = delete;
-
-  void setConverter(Converter converter);
-  // Bitmaps decoded ahead for the conversion of JPG_TO_BMP (see JpgToBmpConverter); none by
-  // default.
-  void setAheadSource(
-      std::function<bool(std::span<const std::uint8_t>, std::vector<std::uint8_t>&)> source);
-  // The bitmap file the last conversion made from exactly these JPEG bytes, while it is still in
-  // memory; else empty.
-  std::span<const std::uint8_t> bitmapOf(std::span<const std::uint8_t> jpeg) const;
-
-  // Converts the frame at JpgPath to "1.bmp" in the same folder, reduces it to cells of
-  // CellSize pixels, stores the means in the buffer StoreInA/StoreInB names, compares when due,
-  // and returns ChangedCellCount. A comparison is due when the frame goes into CellMeansB, or
-  // into CellMeansA while SearchPhaseA is False and SearchPhaseB True.
+  // Reduces the frame's bitmap to cells of CellSize pixels, stores the means in the buffer
+  // StoreInA/StoreInB names, compares when due, and returns ChangedCellCount. A comparison is due
+  // when the frame goes into CellMeansB, or into CellMeansA while SearchPhaseA is False and
+  // SearchPhaseB True. Cell sums the frame carries for this cell size are taken as they are.
   //
-  // Returns 0 and leaves every variable but ChangedCellCount and ChangedCells as it was when the
-  // bitmap is refused: with the box "It is not BMP file. " (no "BM", also for a missing or empty
-  // file) or "The BMP file is not 24 bit! "; silently for biClrUsed other than 0, for a width or
-  // height of 0 or less, for more than toolkit::kMaxPicturePixels pixels, and for a file shorter
-  // than its rows need. Such a file did not come from a whole conversion, and reading zeros in
-  // place of its missing rows would report them as changes.
+  // A refused bitmap leaves every variable but ChangedCellCount and ChangedCells as it was, and
+  // says why: NotBmp for a frame without a picture or without "BM", Not24Bit, or Silent for
+  // biClrUsed other than 0, a width or height of 0 or less, more than toolkit::kMaxPicturePixels
+  // pixels, and a file shorter than its rows need (reading zeros in place of its missing rows
+  // would report them as changes).
   //
   // CellSize must be positive; 0 raises "Division by zero" (11), below 0 "Subscript out of
   // range" (9). ChangeThreshold is a checked 16-bit value: "Low" adds 50 at every comparison whose
   // sweep finds no threshold, and after some 650 of them in a row that is "Overflow" (6).
-  Long AnalyseFrame(const std::string& JpgPath, Integer CellSize, const FrameInputs& inputs);
+  Result AnalyseFrame(const clip::FramePtr& frame, Integer CellSize, Boolean SearchPhaseA,
+                      Boolean SearchPhaseB);
 
   // Rounds each sum half to even, divides it by 256 (the pixels of a 16 x 16 cell, whatever the
   // cell size) and stores the means in the chosen buffer, afresh. Then, when a comparison is due,
   // ChooseThreshold and FindChangedCells. With StoreInA and StoreInB not exactly one True,
   // nothing is stored or compared. Two buffers of different lengths are not compared.
   void StoreCellMeans(std::int64_t CellCount, std::span<const Single> CellSums,
-                      const FrameInputs& inputs);
+                      Boolean SearchPhaseA, Boolean SearchPhaseB);
 
   // Otsu's sweep over the histogram of the cell differences, in integer arithmetic. Sets
   // ChangeThreshold to the lowest t with the best score above 0, else leaves it alone.
@@ -151,7 +135,9 @@ class AnalyseBMP {
   Boolean StoreInB = toolkit::kFalse;
   Integer ChangeThreshold;
   Long PixelCount;
-  std::vector<Single> LumaPixels;  // PixelCount values, bottom row first
+  // The brightness of each pixel of the last bitmap analysed, bottom row first: worked out when
+  // asked for, from the picture the module keeps, since a search never needs it.
+  std::vector<Single> LumaPixels() const;
 
  private:
   struct Shape {
@@ -160,19 +146,15 @@ class AnalyseBMP {
     std::size_t rowBytes;
   };
 
-  std::span<const std::uint8_t> readBitmap(const std::string& path);
-  // The header checks, with their boxes; nullopt for a bitmap that is not analysed.
-  std::optional<Shape> checkBitmap(std::span<const std::uint8_t> file);
-  // Brightness and cell sums into the module's scratch buffers; no variable changes yet.
-  void reduce(std::span<const std::uint8_t> file, const Shape& shape, std::int32_t cellSize);
-  // Makes the reduced frame the last picture and stores its means.
-  void commit(const Shape& shape, std::int32_t cellSize, const FrameInputs& inputs);
+  // The header checks; nullopt with the refusal for a bitmap that is not analysed.
+  static std::optional<Shape> checkBitmap(std::span<const std::uint8_t> file,
+                                          BitmapRefusal& refusal);
+  // Makes the frame the last picture and stores its means.
+  void commit(const clip::FramePtr& frame, const Shape& shape, std::int32_t cellSize,
+              std::span<const Single> sums, Boolean SearchPhaseA, Boolean SearchPhaseB);
 
-  toolkit::Platform& m_platform;
-  std::unique_ptr<toolkit::JpgToBmpConverter> m_jpgToBmp;
-  Converter m_converter;
-  std::vector<std::uint8_t> m_fileBytes;
-  std::vector<Single> m_nextLuma;
+  clip::FramePtr m_last;
+  Shape m_lastShape{0, 0, 0};
   std::vector<Single> m_cellSums;
   std::optional<int> m_sweepThreshold;
 };

@@ -26,22 +26,24 @@ struct BgrRows {
 enum class CellSumPath {
   kBest,    // the widest path the processor runs
   kScalar,  // one value at a time, for any processor
-  kAvx2,    // needs AVX2; kBest picks it when the processor has it
+  kAvx2,    // needs AVX2 and FMA; kBest picks it when the processor has them
 };
 
 bool cellSumPathAvailable(CellSumPath path);
 
-// Fills luma[0 .. width x height) in file order and sums[0 .. cellRows x cellColumns) in cell
-// order (r x cellColumns + c, r = 0 at the bottom), where cellRows = height / cellSize and
-// cellColumns = width / cellSize. cellSize must be positive.
-void lumaAndCellSums(const BgrRows& rows, int cellSize, float* luma, float* sums,
-                     CellSumPath path = CellSumPath::kBest);
+// Fills sums[0 .. cellRows x cellColumns) in cell order (r x cellColumns + c, r = 0 at the
+// bottom), where cellRows = height / cellSize and cellColumns = width / cellSize. The brightness
+// of one row at a time goes through a small buffer, so a frame costs one pass over its pixels and
+// nothing the size of the picture is written. REQUIRES: cellSize > 0.
+void cellSums(const BgrRows& rows, int cellSize, float* sums,
+              CellSumPath path = CellSumPath::kBest);
+// The same for the rows of cells [firstCellRow, endCellRow) only, which read the pixel rows
+// [firstCellRow x cellSize, endCellRow x cellSize) and nothing else: a caller that decodes the
+// picture band by band sums each band while it is still in the cache.
+void cellSums(const BgrRows& rows, int cellSize, float* sums, std::int64_t firstCellRow,
+              std::int64_t endCellRow, CellSumPath path = CellSumPath::kBest);
 
-// The part of the work for pixel rows [firstRow, endRow), which must begin and end on a cell row
-// boundary (endRow may also be `height`). Two such calls over disjoint ranges touch disjoint
-// memory, so they may run on two threads at once.
-void lumaAndCellSumsRows(const BgrRows& rows, int cellSize, float* luma, float* sums,
-                         std::int64_t firstRow, std::int64_t endRow,
-                         CellSumPath path = CellSumPath::kBest);
+// Fills luma[0 .. width x height) with the brightness of every pixel, in file order.
+void lumaPixels(const BgrRows& rows, float* luma, CellSumPath path = CellSumPath::kBest);
 
 }  // namespace search

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "toolkit/converters/jpg_to_bmp.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace search {
@@ -11,8 +10,12 @@ int defaultDecodeThreads() {
   return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
+// Enough frames for every job in flight and those the search still holds; more would only keep
+// memory.
 DecodeAhead::DecodeAhead(toolkit::FileSystem& files, int threads)
-    : m_files(files), m_threadCount(std::max(threads, 1)) {}
+    : m_files(files),
+      m_threadCount(std::max(threads, 1)),
+      m_pool(static_cast<std::size_t>(4 * m_threadCount + 4)) {}
 
 DecodeAhead::~DecodeAhead() {
   {
@@ -25,45 +28,33 @@ DecodeAhead::~DecodeAhead() {
   for (std::thread& t : m_threads) t.join();
 }
 
-void DecodeAhead::recycle(Job& job) {
-  // Enough for every job in flight; more would only hold memory.
-  const auto keep = static_cast<std::size_t>(4 * m_threadCount + 2);
-  if (!job.bitmap.empty() && m_spare.size() < keep) m_spare.push_back(std::move(job.bitmap));
-  job.bitmap.clear();
-}
-
-void DecodeAhead::want(const std::string& path, const std::vector<FramePlace>& frames) {
+void DecodeAhead::want(const std::string& path, const std::vector<clip::FramePlace>& frames,
+                       int cellSize) {
   int added = 0;
   {
     std::lock_guard lock(m_mutex);
     if (m_threads.empty()) {
       for (int i = 1; i < m_threadCount; ++i) m_threads.emplace_back([this] { work(); });
     }
-    // The search's own thread keeps no other clip open.
-    if (m_searchDecoder.openPath != path) {
-      m_searchDecoder.file.reset();
-      m_searchDecoder.openPath.clear();
-    }
     const auto wanted = [&](const Job& job) {
-      return job.path == path &&
+      return job.path == path && job.cellSize == cellSize &&
              std::any_of(frames.begin(), frames.end(),
-                         [&](const FramePlace& p) { return p.frame == job.place.frame; });
+                         [&](const clip::FramePlace& p) { return p.frame == job.place.frame; });
     };
     // Work not started and finished work nobody took stay only while they may still be wanted;
     // running work finishes on its own and is dropped when it is done.
     std::erase_if(m_jobs, [&](const std::shared_ptr<Job>& job) {
-      if (job->running || wanted(*job)) return false;
-      recycle(*job);
-      return true;
+      return !job->running && !wanted(*job);
     });
-    for (const FramePlace& place : frames) {
+    for (const clip::FramePlace& place : frames) {
       const bool known = std::any_of(m_jobs.begin(), m_jobs.end(), [&](const auto& job) {
-        return job->path == path && job->place.frame == place.frame;
+        return job->path == path && job->place.frame == place.frame && job->cellSize == cellSize;
       });
       if (known || place.size <= 0) continue;
       auto job = std::make_shared<Job>();
       job->path = path;
       job->place = place;
+      job->cellSize = cellSize;
       m_jobs.push_back(std::move(job));
       ++added;
     }
@@ -71,19 +62,15 @@ void DecodeAhead::want(const std::string& path, const std::vector<FramePlace>& f
   for (int i = 0; i < added; ++i) m_workWaiting.notify_one();
 }
 
-bool DecodeAhead::take(const std::string& path, std::int32_t frame,
-                       std::span<const std::uint8_t> jpeg, std::vector<std::uint8_t>& bitmap) {
+clip::FramePtr DecodeAhead::take(const std::string& path, std::int32_t index) {
   std::unique_lock lock(m_mutex);
   const auto it = std::find_if(m_jobs.begin(), m_jobs.end(), [&](const auto& job) {
-    return job->path == path && job->place.frame == frame;
+    return job->path == path && job->place.frame == index;
   });
-  if (it == m_jobs.end()) return false;
+  if (it == m_jobs.end()) return nullptr;
   const std::shared_ptr<Job> job = *it;
-  if (!job->running && !job->done) {
-    // No thread has started it: the search decodes it itself, and no thread does it twice.
-    std::erase(m_jobs, job);
-    return false;
-  }
+  m_jobs.erase(it);
+  if (!job->running && !job->done) return nullptr;
   while (!job->done && !m_stopping) {
     // While a thread finishes this frame, the search decodes one further ahead.
     if (const std::shared_ptr<Job> ahead = firstWaiting()) {
@@ -92,18 +79,9 @@ bool DecodeAhead::take(const std::string& path, std::int32_t frame,
       m_jobDone.wait(lock, [&] { return job->done || m_stopping || firstWaiting() != nullptr; });
     }
   }
-  if (m_stopping) return false;
-  std::erase(m_jobs, job);
-  const std::span<const std::uint8_t> own = job->jpeg;
-  const bool counts = job->decoded && own.size() <= jpeg.size() &&
-                      std::equal(own.begin(), own.end(), jpeg.begin()) &&
-                      (own.size() == jpeg.size() || job->clean);
-  if (counts) {
-    bitmap.swap(job->bitmap);
-    ++m_taken;
-  }
-  recycle(*job);
-  return counts;
+  if (m_stopping || !job->frame) return nullptr;
+  ++m_taken;
+  return std::move(job->frame);
 }
 
 void DecodeAhead::wait() {
@@ -121,57 +99,36 @@ std::shared_ptr<DecodeAhead::Job> DecodeAhead::firstWaiting() const {
   return nullptr;
 }
 
-void DecodeAhead::run(Job& job, Decoder& d, std::unique_lock<std::mutex>& lock) {
+void DecodeAhead::run(Job& job, FrameDecoder& decoder, std::unique_lock<std::mutex>& lock) {
   job.running = true;
-  if (d.bitmap.empty() && !m_spare.empty()) {
-    d.bitmap = std::move(m_spare.back());
-    m_spare.pop_back();
-  }
+  clip::FramePtr frame = m_pool.make();
   lock.unlock();
 
-  bool decoded = false;
-  bool clean = false;
+  frame->index = job.place.frame;
   try {
-    if (!d.file || d.openPath != job.path) {
-      d.file.reset();
-      d.openPath.clear();
-      d.file = m_files.openRead(job.path);
-      d.openPath = job.path;
-    }
-    // A damaged index may give any size: only bytes the clip holds are read.
-    const std::int64_t length = d.file->length();
-    const bool inside = job.place.offset >= 0 && job.place.offset <= length &&
-                        job.place.size <= length - job.place.offset;
-    d.jpeg.resize(inside ? static_cast<std::size_t>(job.place.size) : 0);
-    decoded = inside && d.file->readAt(job.place.offset, d.jpeg) == d.jpeg.size() &&
-              d.jpegDecoder.decode(d.jpeg, d.bitmap);
-    clean = decoded && d.jpegDecoder.clean();
+    // The clip is opened for each frame, as the extraction opens it: a clip that has gone away
+    // is met as soon as the next frame is read.
+    clip::readFrameBytes(*m_files.openRead(job.path), job.place, frame->jpeg);
+    decoder.decode(*frame, job.cellSize);
   } catch (const toolkit::RuntimeError&) {
+    frame.reset();
   } catch (const std::bad_alloc&) {
+    frame.reset();
   }
 
   lock.lock();
-  job.jpeg.swap(d.jpeg);
-  if (decoded) job.bitmap.swap(d.bitmap);
-  job.decoded = decoded;
-  job.clean = clean;
+  job.frame = std::move(frame);
   job.running = false;
   job.done = true;
-  // A job dropped while it ran is in no list any more: its buffer goes back at once.
-  if (std::none_of(m_jobs.begin(), m_jobs.end(), [&](const auto& j) { return j.get() == &job; })) {
-    recycle(job);
-  }
   m_jobDone.notify_all();
 }
 
 void DecodeAhead::work() {
-  Decoder decoder;
+  FrameDecoder decoder;
   std::unique_lock lock(m_mutex);
   for (;;) {
     std::shared_ptr<Job> job = firstWaiting();
     if (!m_stopping && !job) {
-      decoder.file.reset();
-      decoder.openPath.clear();
       m_workWaiting.wait(lock, [&] { return m_stopping || (job = firstWaiting()) != nullptr; });
     }
     if (m_stopping) return;

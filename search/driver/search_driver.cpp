@@ -1,9 +1,7 @@
 #include "search/driver/search_driver.h"
 
 #include <algorithm>
-#include <cmath>
 
-#include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace search {
@@ -17,137 +15,123 @@ const char* handlerName(Direction direction) {
   return direction == Direction::Back ? "imgLeftSearch_Click" : "imgRightSearch_Click";
 }
 
-void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners, double scale) {
-  const auto put = [&](int x, int y) {
-    if (x < 0 || y < 0 || x >= picture.width || y >= picture.height) return;
-    auto* p = &picture.pixels[(static_cast<std::size_t>(y) * picture.width + x) * 3];
-    p[0] = 0;
-    p[1] = 0;
-    p[2] = 255;
-  };
-  const int side = std::max(3, static_cast<int>(std::lround(kMarkSide * scale)));
-  for (const CellPoint& corner : corners) {
-    const auto x = static_cast<int>(std::floor(corner.X.value() * scale));
-    const auto y = static_cast<int>(std::floor(corner.Y.value() * scale));
-    for (int i = 0; i <= side; ++i) {
-      put(x + i, y);
-      put(x + i, y + side);
-      put(x, y + i);
-      put(x + side, y + i);
-    }
-  }
-}
-
 SearchDriver::SearchDriver(review::Session& session, review::Form1Fields& fields,
-                           SearchWindow& window, view::Transport& transport)
-    : m_session(session), m_fields(fields), m_window(window), m_transport(transport) {}
+                           SearchState& state, SearchWindow& window, view::Transport& transport)
+    : m_session(session),
+      m_fields(fields),
+      m_state(state),
+      m_window(window),
+      m_transport(transport) {}
 
 void SearchDriver::Click(Direction direction) {
-  review::Form1Fields& f = m_fields;
-  review::OpenSaveFile& o = m_session.OpenSaveFile;
-  const Direction otherDirection =
-      direction == Direction::Back ? Direction::Forward : Direction::Back;
-  Boolean& own = direction == Direction::Back ? f.SearchingBack : f.SearchingForward;
-  Boolean& other = direction == Direction::Back ? f.SearchingForward : f.SearchingBack;
-
-  if (!m_session.clipHasFrames() || m_session.DrawRectangle.SearchAreaEditing != kFalse) return;
-  m_window.StopPlayback();
-  if (o.TotalFrames == Integer(1)) return;
-  if (f.SearchingBack != kFalse || f.SearchingForward != kFalse) {
-    // A nested click while a search runs: the running search sees it at its next stop check.
-    own = kTrue;
-    f.SearchStopRequested = kTrue;
-    return;
-  }
-  f.SearchStopRequested = kFalse;
-  own = kTrue;
-  f.MarkedPictureShowing = kFalse;
-
-  if (m_ahead) {
-    m_session.AnalyseBMP.setAheadSource(
-        [this](std::span<const std::uint8_t> jpeg, std::vector<std::uint8_t>& bitmap) {
-          const clip::SeparateMJPG& clip = m_session.SeparateMJPG;
-          return m_ahead->take(clip.ClipPath, clip.ExtractedFrame.value(), jpeg, bitmap);
-        });
-  }
+  if (!begin(direction)) return;
   SearchOutcome outcome;
   outcome.direction = direction;
-  bool reachedEnd = false;
-  int yields = 2;
+  holdFrames();
   try {
-    for (;;) {
-      for (int i = 0; i < yields; ++i) m_window.DoEvents();
-      yields = 1;
-      m_window.setSearchPointer(direction, true);
-      const bool a = o.SearchPhaseA != kFalse;
-      const bool b = o.SearchPhaseB != kFalse;
-      AnalyseBMP& comparison = m_session.AnalyseBMP;
-      if (a && b && reachedEnd) {
-        endOfRun(direction);
-        outcome.ended = SearchOutcome::Ended::EndOfRun;
-        break;
-      }
-      if (a && b) {
-        // The priming pass stores the frame the search starts from. A marked picture on show is
-        // not that frame: its own JPEG is.
-        const bool markedOnShow =
-            !f.MarkedPicturePath.empty() && o.CurrentFrameFile == f.MarkedPicturePath;
-        comparison.StoreInA = kTrue;
-        comparison.StoreInB = kFalse;
-        analyse(markedOnShow ? f.FramePicturePath : o.CurrentFrameFile);
-        comparison.StoreInB = kTrue;
-        comparison.StoreInA = kFalse;
-        o.SearchPhaseA = kTrue;
-        o.SearchPhaseB = kFalse;
-      } else if (a) {
-        if (stopChecks(direction)) break;
-        comparison.StoreInA = kTrue;
-        comparison.StoreInB = kFalse;
-        o.SearchPhaseA = kFalse;
-        o.SearchPhaseB = kTrue;
-      } else if (b) {
-        if (stopChecks(direction)) break;
-        comparison.StoreInB = kTrue;
-        comparison.StoreInA = kFalse;
-        o.SearchPhaseA = kTrue;
-        o.SearchPhaseB = kFalse;
-      } else {
-        continue;
-      }
-
-      stepPart(direction, reachedEnd, outcome);
-      if (comparison.ChangedCellCount == toolkit::Long(0)) continue;
-
-      m_window.setSearchPointer(direction, false);
-      std::vector<CellPoint> inside = cellsInside();
-      if (inside.empty()) {
-        yields = 2;
-        continue;
-      }
-      found(inside);
-      outcome.ended = SearchOutcome::Ended::Found;
-      outcome.marked = std::move(inside);
-      break;
-    }
+    const Stop stop = walk(direction, outcome);
+    releaseFrames();
+    conclude(stop, direction, outcome);
   } catch (const toolkit::RuntimeError& e) {
+    try {
+      releaseFrames();
+    } catch (const toolkit::RuntimeError&) {
+      // One box for the search: the error that ended it.
+    }
     m_window.setSearchPointer(direction, false);
     outcome.ended = SearchOutcome::Ended::Error;
     m_session.platform.messages.show(
         toolkit::MessageBoxRequest::critical(toolkit::errorBoxText(handlerName(direction), e)));
   }
+  finish(direction, outcome);
+}
 
-  // Frames decoded ahead stay for a search that goes on from here; the next want() drops those
-  // it does not reach.
-  if (m_ahead) m_session.AnalyseBMP.setAheadSource({});
+bool SearchDriver::begin(Direction direction) {
+  review::Form1Fields& f = m_fields;
+  if (!m_session.clipHasFrames() || m_state.DrawRectangle.SearchAreaEditing != kFalse) {
+    return false;
+  }
+  m_window.StopPlayback();
+  if (m_session.OpenSaveFile.TotalFrames == Integer(1)) return false;
+  Boolean& own = direction == Direction::Back ? f.SearchingBack : f.SearchingForward;
+  if (f.SearchingBack != kFalse || f.SearchingForward != kFalse) {
+    // A nested click while a search runs: the running search sees it at its next stop check.
+    own = kTrue;
+    f.SearchStopRequested = kTrue;
+    return false;
+  }
+  f.SearchStopRequested = kFalse;
+  own = kTrue;
+  f.MarkedPictureShowing = kFalse;
+  return true;
+}
 
-  // Finish.
-  o.SearchPhaseA = kTrue;
-  o.SearchPhaseB = kTrue;
+SearchDriver::Stop SearchDriver::walk(Direction direction, SearchOutcome& outcome) {
+  bool reachedEnd = false;
+  int yields = 2;
+  for (;;) {
+    for (int i = 0; i < yields; ++i) m_window.DoEvents();
+    yields = 1;
+    m_window.setSearchPointer(direction, true);
+    const bool a = m_state.SearchPhaseA != kFalse;
+    const bool b = m_state.SearchPhaseB != kFalse;
+    AnalyseBMP& comparison = m_state.AnalyseBMP;
+    if (a && b && reachedEnd) return Stop::EndOfRun;
+    if (a && b) {
+      prime();
+    } else if (a || b) {
+      if (const auto stop = stopChecks()) return *stop;
+      comparison.StoreInA = toolkit::toBoolean(a);
+      comparison.StoreInB = toolkit::toBoolean(!a);
+      m_state.SearchPhaseA = toolkit::toBoolean(!a);
+      m_state.SearchPhaseB = toolkit::toBoolean(a);
+    } else {
+      continue;
+    }
+
+    stepPart(direction, reachedEnd, outcome);
+    if (comparison.ChangedCellCount == toolkit::Long(0)) continue;
+
+    m_window.setSearchPointer(direction, false);
+    m_inside = cellsInside();
+    if (!m_inside.empty()) return Stop::Found;
+    yields = 2;
+  }
+}
+
+void SearchDriver::conclude(Stop stop, Direction direction, SearchOutcome& outcome) {
+  switch (stop) {
+    case Stop::Found:
+      found(m_inside, outcome);
+      outcome.ended = SearchOutcome::Ended::Found;
+      return;
+    case Stop::EndOfRun:
+      endOfRun(direction);
+      outcome.ended = SearchOutcome::Ended::EndOfRun;
+      return;
+    case Stop::StopRequested:
+      m_fields.SearchStopRequested = kFalse;
+      m_transport.PausePlay();
+      m_window.setSearchPointer(direction, false);
+      break;
+    case Stop::CloseRequested:
+      m_window.setSearchPointer(direction, false);
+      break;
+  }
+  outcome.ended = SearchOutcome::Ended::Stopped;
+}
+
+void SearchDriver::finish(Direction direction, const SearchOutcome& outcome) {
+  review::Form1Fields& f = m_fields;
+  Boolean& own = direction == Direction::Back ? f.SearchingBack : f.SearchingForward;
+  Boolean& other = direction == Direction::Back ? f.SearchingForward : f.SearchingBack;
+  m_state.SearchPhaseA = kTrue;
+  m_state.SearchPhaseB = kTrue;
   own = kFalse;
   if (onFinished) onFinished(outcome);
   if (other != kFalse) {
     other = kFalse;
-    Click(otherDirection);
+    Click(direction == Direction::Back ? Direction::Forward : Direction::Back);
   }
   if (f.CloseRequested != kFalse) {
     f.CloseRequested = kFalse;
@@ -155,18 +139,40 @@ void SearchDriver::Click(Direction direction) {
   }
 }
 
-bool SearchDriver::stopChecks(Direction direction) {
-  if (m_fields.SearchStopRequested != kFalse) {
-    m_fields.SearchStopRequested = kFalse;
-    m_transport.PausePlay();
-    m_window.setSearchPointer(direction, false);
-    return true;
-  }
-  if (m_fields.CloseRequested != kFalse) {
-    m_window.setSearchPointer(direction, false);
-    return true;
-  }
-  return false;
+void SearchDriver::holdFrames() {
+  clip::SeparateMJPG& clip = m_session.SeparateMJPG;
+  clip.scratch().hold();
+  clip.setFrameSource(m_ahead);
+  m_holding = true;
+}
+
+void SearchDriver::releaseFrames() {
+  if (!m_holding) return;
+  m_holding = false;
+  // Frames decoded ahead stay for a search that goes on from here; the next want() drops those
+  // it does not reach.
+  clip::SeparateMJPG& clip = m_session.SeparateMJPG;
+  clip.setFrameSource(nullptr);
+  clip.scratch().flush();
+}
+
+void SearchDriver::prime() {
+  // The priming pass stores the frame the search starts from: the one "Temp.jpg" holds, also
+  // while the marked picture is on show.
+  AnalyseBMP& comparison = m_state.AnalyseBMP;
+  comparison.StoreInA = kTrue;
+  comparison.StoreInB = kFalse;
+  analyse(m_session.SeparateMJPG.lastExtracted());
+  comparison.StoreInB = kTrue;
+  comparison.StoreInA = kFalse;
+  m_state.SearchPhaseA = kTrue;
+  m_state.SearchPhaseB = kFalse;
+}
+
+std::optional<SearchDriver::Stop> SearchDriver::stopChecks() {
+  if (m_fields.SearchStopRequested != kFalse) return Stop::StopRequested;
+  if (m_fields.CloseRequested != kFalse) return Stop::CloseRequested;
+  return std::nullopt;
 }
 
 void SearchDriver::stepPart(Direction direction, bool& reachedEnd, SearchOutcome& outcome) {
@@ -175,18 +181,19 @@ void SearchDriver::stepPart(Direction direction, bool& reachedEnd, SearchOutcome
   // The two ends differ: forward ends on the last frame, since StepForward leaves -1 there;
   // backward passes frame 0 (which leaves TotalFrames) and ends one step later, on the last frame.
   if (direction == Direction::Back) {
-    m_transport.StepBack();
+    const clip::FramePtr& frame = m_transport.StepBack();
     if (o.CurrentFrame.value() == o.TotalFrames.value() - 1) reachedEnd = true;
+    analyse(frame);
   } else {
-    m_transport.StepForward();
+    const clip::FramePtr& frame = m_transport.StepForward();
     if (o.CurrentFrame == Integer(-1)) reachedEnd = true;
+    analyse(frame);
   }
-  analyse(o.CurrentFrameFile);
   ++outcome.comparisons;
   if (reachedEnd) {
     outcome.reachedEnd = true;
-    o.SearchPhaseA = kTrue;
-    o.SearchPhaseB = kTrue;
+    m_state.SearchPhaseA = kTrue;
+    m_state.SearchPhaseB = kTrue;
   }
 }
 
@@ -196,7 +203,7 @@ void SearchDriver::decodeAhead(Direction direction) {
       static_cast<std::int64_t>(std::min(clip.FrameSizes.size(), clip.FramePositions.size()));
   if (total <= 0) return;
   const int depth = 2 * m_ahead->threads() + 1;
-  std::vector<FramePlace> next;
+  std::vector<clip::FramePlace> next;
   std::int64_t frame = clip.ExtractedFrame.value();
   for (int k = 0; k < depth && k < total; ++k) {
     frame = direction == Direction::Forward ? frame + 1 : frame - 1;
@@ -205,20 +212,22 @@ void SearchDriver::decodeAhead(Direction direction) {
     next.push_back({static_cast<std::int32_t>(frame), std::int64_t{clip.FramePositions[i]} - 1,
                     clip.FrameSizes[i]});
   }
-  m_ahead->want(clip.ClipPath, next);
+  m_ahead->want(m_session.OpenSaveFile.ClipFileName, next, m_fields.SearchCellSize.value());
 }
 
-void SearchDriver::analyse(const std::string& jpgPath) {
-  const review::OpenSaveFile& o = m_session.OpenSaveFile;
-  const clip::SeparateMJPG& clip = m_session.SeparateMJPG;
-  m_session.AnalyseBMP.AnalyseFrame(
-      jpgPath, m_fields.SearchCellSize,
-      FrameInputs{clip.ClipWidth, clip.ClipHeight, o.SearchPhaseA, o.SearchPhaseB});
+void SearchDriver::analyse(const clip::FramePtr& frame) {
+  clip::ScratchFiles& scratch = m_session.SeparateMJPG.scratch();
+  const int cellSize = std::max(0, static_cast<int>(m_fields.SearchCellSize.value()));
+  if (frame) m_decoder.decodeAsScratch(*frame, scratch.jpegFile(), cellSize);
+  const AnalyseBMP::Result result = m_state.AnalyseBMP.AnalyseFrame(
+      frame, m_fields.SearchCellSize, m_state.SearchPhaseA, m_state.SearchPhaseB);
+  scratch.putBitmap(frame);
+  if (const auto box = refusalBox(result.refusal)) m_session.platform.messages.show(*box);
 }
 
 std::vector<CellPoint> SearchDriver::cellsInside() const {
-  const AnalyseBMP& comparison = m_session.AnalyseBMP;
-  const toolkit::Rect& area = m_session.DrawRectangle.SearchArea;
+  const AnalyseBMP& comparison = m_state.AnalyseBMP;
+  const toolkit::Rect& area = m_state.DrawRectangle.SearchArea;
   std::vector<CellPoint> inside;
   for (const ChangedCell& cell : comparison.ChangedCells) {
     // Only the cell's corner is tested, and all four edges belong to the area.
@@ -229,18 +238,17 @@ std::vector<CellPoint> SearchDriver::cellsInside() const {
   return inside;
 }
 
-void SearchDriver::found(const std::vector<CellPoint>& corners) {
+void SearchDriver::found(const std::vector<CellPoint>& corners, SearchOutcome& outcome) {
   review::OpenSaveFile& o = m_session.OpenSaveFile;
-  m_window.MarkFrame(corners);
+  // The current frame is the newer frame of the pair, and it stays the current frame: its JPEG is
+  // the one later actions work with, while the marked picture goes on show.
+  const clip::FramePtr& frame = m_session.SeparateMJPG.lastExtracted();
   m_fields.FramePicturePath = o.CurrentFrameFile;
-  m_fields.MarkedPicturePath = toolkit::inFolder(m_session.platform.programFolder, "temp.bmp");
-  m_window.SaveMarkedPicture(m_fields.MarkedPicturePath);
-  // The marked picture goes on show like any frame, while the frame's JPEG stays the one that
-  // later actions work with.
-  o.CurrentFrameFile = m_fields.MarkedPicturePath;
-  m_window.ShowCurrentFrame();
-  o.CurrentFrameFile = m_fields.FramePicturePath;
+  m_fields.MarkedPicturePath = m_session.SeparateMJPG.scratch().markedPath();
+  m_window.ShowResult(frame, corners);
   m_fields.MarkedPictureShowing = kTrue;
+  outcome.marked = corners;
+  outcome.frame = frame;
 }
 
 void SearchDriver::endOfRun(Direction direction) {

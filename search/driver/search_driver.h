@@ -10,15 +10,22 @@
 // meanwhile (a second click, the other button, pause, closing the window) comes as a nested
 // handler that only sets a flag: a click on a search button while one runs comes back into Click
 // and sets the flags, and the running search looks at them at its next stop check.
+//
+// Each step yields a clip::Frame, which is decoded once (here or on a thread of DecodeAhead) and
+// compared as that value. The scratch files are held back while the search walks and written when
+// it ends, however it ends.
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "clip/frame.h"
 #include "review/session.h"
 #include "search/core/analyse_bmp.h"
+#include "search/core/frame_decoder.h"
+#include "search/core/search_state.h"
 #include "search/driver/decode_ahead.h"
-#include "toolkit/core/image.h"
 #include "view/transport.h"
 
 namespace search {
@@ -32,11 +39,10 @@ class SearchWindow : public view::TransportWindow {
   // The wait cursor over the search button of `direction`, or the default one.
   virtual void setSearchPointer(Direction direction, bool wait) = 0;
   virtual void ShowCurrentFrame() = 0;
-  // The frame in CurrentFrameFile at its natural size, with a box in RGB(0, 0, 255), line width
-  // 1, from each (X, Y) to (X + 8, Y + 8), on the picture's own pixels.
-  virtual void MarkFrame(const std::vector<CellPoint>& corners) = 0;
-  // What MarkFrame left, saved as a 24-bit bitmap at `path`.
-  virtual void SaveMarkedPicture(const std::string& path) = 0;
+  // A result: the frame's picture at its natural size with a box in RGB(0, 0, 255), line width
+  // 1, from each (X, Y) to (X + 8, Y + 8) on the picture's own pixels, put into "temp.bmp"
+  // through the scratch files and shown like any frame.
+  virtual void ShowResult(const clip::FramePtr& frame, const std::vector<CellPoint>& corners) = 0;
   virtual void ShutDownSession() = 0;
 
  protected:
@@ -51,12 +57,13 @@ struct SearchOutcome {
   int comparisons = 0;
   bool reachedEnd = false;        // the last step came to the end of the run
   std::vector<CellPoint> marked;  // the corners drawn, in drawing order
+  clip::FramePtr frame;           // the frame found
 };
 
 class SearchDriver {
  public:
-  SearchDriver(review::Session& session, review::Form1Fields& fields, SearchWindow& window,
-               view::Transport& transport);
+  SearchDriver(review::Session& session, review::Form1Fields& fields, SearchState& state,
+               SearchWindow& window, view::Transport& transport);
 
   // A click on the search button of `direction`. Starts a search (a clip of more than one frame,
   // no search area being chosen), or, while one runs, asks it to stop; a click on the other
@@ -74,33 +81,45 @@ class SearchDriver {
   void setDecodeAhead(DecodeAhead* ahead) { m_ahead = ahead; }
 
  private:
-  bool stopChecks(Direction direction);
+  // Why the walk over the frames ended, short of an error.
+  enum class Stop { Found, EndOfRun, StopRequested, CloseRequested };
+
+  // The guards and a click during a search; true when a search is to start.
+  bool begin(Direction direction);
+  // The passes from the priming one until a stop; fills in the outcome's comparisons.
+  Stop walk(Direction direction, SearchOutcome& outcome);
+  // After the walk: the result, the end of the run, or the stop.
+  void conclude(Stop stop, Direction direction, SearchOutcome& outcome);
+  void finish(Direction direction, const SearchOutcome& outcome);
+
+  void prime();
+  std::optional<Stop> stopChecks();
   void stepPart(Direction direction, bool& reachedEnd, SearchOutcome& outcome);
   // Evaluation: the corners of the changed cells that lie inside SearchArea, in list order.
   std::vector<CellPoint> cellsInside() const;
-  void found(const std::vector<CellPoint>& corners);
+  void found(const std::vector<CellPoint>& corners, SearchOutcome& outcome);
   void endOfRun(Direction direction);
-  void analyse(const std::string& jpgPath);
+  // Decodes the frame as "Temp.jpg" holds it, compares it, puts it into "1.bmp" and shows the box
+  // of a refused bitmap.
+  void analyse(const clip::FramePtr& frame);
+  // The frames from the threads and the scratch files held back, for the walk; and back.
+  void holdFrames();
+  void releaseFrames();
   // Asks the decoding threads for the frames the next steps of `direction` will reach.
   void decodeAhead(Direction direction);
 
   review::Session& m_session;
   review::Form1Fields& m_fields;
+  SearchState& m_state;
   SearchWindow& m_window;
   view::Transport& m_transport;
   DecodeAhead* m_ahead = nullptr;
+  FrameDecoder m_decoder;
+  std::vector<CellPoint> m_inside;  // the result of the walk's last evaluation
+  bool m_holding = false;           // the frames and scratch files are held for a walk
 };
 
 // The name of the handler of a direction, for its error box.
 const char* handlerName(Direction direction);
-
-// The marks of a result on a picture without a window, pixel for pixel what the window's Line
-// draws: for each corner (X, Y) an outline of width 1 in RGB(0, 0, 255) covering both corners
-// (X, Y) and (X + 8, Y + 8).
-inline constexpr int kMarkSide = 8;
-// `scale` draws them on a picture shrunk by that factor, the outlines still one pixel wide and at
-// least 3 pixels across, so that they stay visible.
-void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners,
-               double scale = 1.0);
 
 }  // namespace search

@@ -196,7 +196,7 @@ TEST_F(ExportTest, SaveDoesNothingWithoutAClipOrDuringASearch) {
   form().imgSave_Click();
   EXPECT_FALSE(dialog().loaded());
   form().SearchingForward = toolkit::kFalse;
-  m_session.DrawRectangle.SearchAreaEditing = kTrue;
+  form().DrawRectangle.SearchAreaEditing = kTrue;
   form().imgSave_Click();
   EXPECT_FALSE(dialog().loaded());
 }

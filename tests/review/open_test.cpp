@@ -58,8 +58,8 @@ TEST_F(OpenTest, TheFirstClipLargerThanTheViewFillsItWithFrameZero) {
   EXPECT_EQ(f.lblImageID->Left(), 2500.0f);
   EXPECT_EQ(visibleView(), expectedFit(0));
   // The default search area of a view of 598 by 361 pixels.
-  EXPECT_EQ(m_session.DrawRectangle.SearchBox, (toolkit::Rect{50, 80, 548, 281}));
-  EXPECT_EQ(m_session.DrawRectangle.SearchArea, (toolkit::Rect{54, 106, 586, 374}));
+  EXPECT_EQ(form().DrawRectangle.SearchBox, (toolkit::Rect{50, 80, 548, 281}));
+  EXPECT_EQ(form().DrawRectangle.SearchArea, (toolkit::Rect{54, 106, 586, 374}));
 }
 
 TEST_F(OpenTest, AFirstClipThatFitsStandsAtItsNaturalSizeAndStillHasASourceSize) {
@@ -230,7 +230,7 @@ TEST_F(OpenTest, NothingOpensDuringASearchOrWhileTheSearchBoxIsPlaced) {
   f.SearchingForward = kTrue;
   open(second);
   f.SearchingForward = kFalse;
-  m_session.DrawRectangle.SearchAreaEditing = kTrue;
+  form().DrawRectangle.SearchAreaEditing = kTrue;
   open(second);
   EXPECT_TRUE(m_host.dialogs.requests().size() == 1u) << "the dialog never showed";
   EXPECT_EQ(state().ClipFileName, first);

@@ -61,8 +61,8 @@ TEST_F(StartupTest, FormLoadLeavesTheStartingState) {
   EXPECT_FALSE(form.lblImageID->Visible);
   EXPECT_FALSE(form.tmrControlDisplay->Enabled);
   EXPECT_FALSE(form.tmrControlDisplay->running());
-  EXPECT_EQ(m_session.OpenSaveFile.SearchPhaseA, kTrue);
-  EXPECT_EQ(m_session.OpenSaveFile.SearchPhaseB, kTrue);
+  EXPECT_EQ(form.searchState.SearchPhaseA, kTrue);
+  EXPECT_EQ(form.searchState.SearchPhaseB, kTrue);
   EXPECT_EQ(m_session.OpenSaveFile.ZoomActive, kFalse);
   EXPECT_EQ(form.SearchCellSize, Integer(16));
   EXPECT_EQ(form.ZoomPercent, Integer(100));
@@ -70,7 +70,7 @@ TEST_F(StartupTest, FormLoadLeavesTheStartingState) {
   EXPECT_EQ(form.SettingsShown, kFalse);
   EXPECT_EQ(form.PlayingForward, kFalse);
   EXPECT_EQ(form.PlayingBack, kFalse);
-  EXPECT_EQ(m_session.DrawRectangle.SearchBox, toolkit::Rect{});
+  EXPECT_EQ(form.DrawRectangle.SearchBox, toolkit::Rect{});
   EXPECT_TRUE(form.imgCplay->Visible);
   EXPECT_TRUE(m_host.messages.boxes().empty());
 }

@@ -2,12 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <optional>
 
 #include "tests/search/bitmap_maker.h"
-#include "tests/support/temp_dir.h"
-#include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/runtime_error.h"
 
@@ -18,8 +15,6 @@ using search_test::Bgr;
 using search_test::BitmapFields;
 using search_test::cellPicture;
 using search_test::makeBitmap;
-using testing_support::TempDir;
-using testing_support::writeBytes;
 using toolkit::kFalse;
 using toolkit::kTrue;
 using toolkit::MessageBoxRequest;
@@ -35,36 +30,38 @@ int errorNumberOf(const std::function<void()>& f) {
   return 0;
 }
 
-// Hands the module the bitmaps a test made instead of converting JPEGs, and walks frames through
-// it the way a search does: the first into CellMeansA with the phases at rest, then alternately
-// into B and A, each compared with the other.
+// A frame whose picture is the bitmap a test made, byte by byte; nullopt: a frame that could not
+// be decoded.
+clip::FramePtr frameOf(const std::optional<Bytes>& bitmap) {
+  auto frame = std::make_shared<clip::Frame>();
+  frame->picture = bitmap ? clip::Frame::Picture::Decoded : clip::Frame::Picture::Undecodable;
+  if (bitmap) frame->bitmap = *bitmap;
+  return frame;
+}
+
+// Walks frames through the module the way a search does: the first into CellMeansA with the
+// phases at rest, then alternately into B and A, each compared with the other.
 class AnalyseBmpTest : public ::testing::Test {
  protected:
-  AnalyseBmpTest() {
-    module.setConverter(
-        [this](const std::string& source, const std::string& target, Integer, Integer) {
-          sources.push_back(source);
-          targets.push_back(target);
-          if (nextBitmap) writeBytes(target, *nextBitmap);
-        });
-  }
-
-  Long frame(const Bytes& bmp, Boolean intoA, Boolean intoB, FrameInputs inputs) {
-    nextBitmap = bmp;
+  Long frame(const std::optional<Bytes>& bmp, Boolean intoA, Boolean intoB, Boolean phaseA,
+             Boolean phaseB) {
     module.StoreInA = intoA;
     module.StoreInB = intoB;
-    return module.AnalyseFrame(jpgPath, 16, inputs);
+    const AnalyseBMP::Result result = module.AnalyseFrame(frameOf(bmp), 16, phaseA, phaseB);
+    refusal = result.refusal;
+    EXPECT_EQ(result.changed, module.ChangedCellCount);
+    return result.changed;
   }
   Long prime(const Bytes& bmp) {
     nextIntoA = false;
-    return frame(bmp, kTrue, kFalse, {0, 0, kTrue, kTrue});
+    return frame(bmp, kTrue, kFalse, kTrue, kTrue);
   }
   // The next frame of the walk, compared with the one before.
-  Long step(const Bytes& bmp) {
+  Long step(const std::optional<Bytes>& bmp) {
     const bool intoA = nextIntoA;
     nextIntoA = !nextIntoA;
-    return intoA ? frame(bmp, kTrue, kFalse, {0, 0, kFalse, kTrue})
-                 : frame(bmp, kFalse, kTrue, {0, 0, kTrue, kFalse});
+    return intoA ? frame(bmp, kTrue, kFalse, kFalse, kTrue)
+                 : frame(bmp, kFalse, kTrue, kTrue, kFalse);
   }
 
   // A comparison of two grids of means given directly, without pixels.
@@ -76,27 +73,16 @@ class AnalyseBmpTest : public ::testing::Test {
       for (int m : means) sums.push_back(static_cast<Single>(m * 256));
       module.StoreInA = intoA;
       module.StoreInB = intoA ? kFalse : kTrue;
-      module.StoreCellMeans(static_cast<std::int64_t>(sums.size()), sums,
-                            {0, 0, kTrue, intoA ? kTrue : kFalse});
+      module.StoreCellMeans(static_cast<std::int64_t>(sums.size()), sums, kTrue,
+                            intoA ? kTrue : kFalse);
     };
     store(a, kTrue);
     store(b, kFalse);
     return module.ChangedCellCount;
   }
 
-  MessageBoxRequest warning(const std::string& text) {
-    return MessageBoxRequest::critical(text, "Warning");
-  }
-
-  TempDir dir;
-  toolkit::PosixFileSystem fs;
-  toolkit::RecordingMessageSink sink;
-  toolkit::Platform platform{fs, sink, dir.path()};
-  AnalyseBMP module{platform};
-  std::string jpgPath = dir.file("Temp.jpg");
-  std::optional<Bytes> nextBitmap;
-  std::vector<std::string> sources;
-  std::vector<std::string> targets;
+  AnalyseBMP module;
+  BitmapRefusal refusal = BitmapRefusal::None;
   bool nextIntoA = false;
 };
 
@@ -117,15 +103,14 @@ TEST_F(AnalyseBmpTest, GreyCellsHaveTheirValueAsMeanInFileOrder) {
   EXPECT_EQ(module.CellRows, 30);
   EXPECT_EQ(module.CellColumns, 40);
   EXPECT_EQ(module.PixelCount, 307200);
-  ASSERT_EQ(module.LumaPixels.size(), 307200u);
-  EXPECT_EQ(module.LumaPixels[0], 0.0f);               // bottom-left
-  EXPECT_EQ(module.LumaPixels[307199], grey(29, 39));  // top-right
+  const std::vector<Single> luma = module.LumaPixels();
+  ASSERT_EQ(luma.size(), 307200u);
+  EXPECT_EQ(luma[0], 0.0f);               // bottom-left
+  EXPECT_EQ(luma[307199], grey(29, 39));  // top-right
   EXPECT_EQ(module.CellOrigins(1, 2), (CellPoint{32, 16}));
   EXPECT_EQ(module.CellOrigins(30, 40), (CellPoint{640, 480}));
   EXPECT_EQ(errorNumberOf([&] { module.CellOrigins(31, 0); }), 9);
-  EXPECT_EQ(sources, std::vector<std::string>{jpgPath});
-  EXPECT_EQ(targets, std::vector<std::string>{dir.file("1.bmp")});
-  EXPECT_TRUE(sink.boxes().empty());
+  EXPECT_EQ(refusal, BitmapRefusal::None);
 }
 
 TEST_F(AnalyseBmpTest, CellSumOnAHalfRoundsToEvenBeforeTheDivision) {
@@ -141,13 +126,13 @@ TEST_F(AnalyseBmpTest, CellSumOnAHalfRoundsToEvenBeforeTheDivision) {
     return {v, v, v};
   });
   prime(bmp);
-  EXPECT_EQ(module.LumaPixels[0], 56.5f);
+  EXPECT_EQ(module.LumaPixels()[0], 56.5f);
   EXPECT_EQ(module.CellMeansA, (std::vector<std::int32_t>{2, 1}));
 
   const std::vector<Single> sums{255.5f, 511.49f, 767.5f, 65279.5f, 256.5f};
   module.StoreInA = kTrue;
   module.StoreInB = kFalse;
-  module.StoreCellMeans(5, sums, {});
+  module.StoreCellMeans(5, sums, kTrue, kTrue);
   EXPECT_EQ(module.CellMeansA, (std::vector<std::int32_t>{1, 1, 3, 255, 1}));
 }
 
@@ -164,9 +149,10 @@ TEST_F(AnalyseBmpTest, OddWidthSkipsRowPaddingAndTheRightEdge) {
   for (int r = 0; r < 2; ++r) {
     for (int c = 0; c < 40; ++c) ASSERT_EQ(module.CellMeansA[r * 40 + c], c + 10 * r);
   }
-  EXPECT_EQ(module.LumaPixels[649], 255.0f);
-  EXPECT_EQ(module.LumaPixels[650], 0.0f);  // x 0 of the second row, not a padding byte
-  EXPECT_EQ(module.LumaPixels[650 * 16 + 16], 11.0f);
+  const std::vector<Single> luma = module.LumaPixels();
+  EXPECT_EQ(luma[649], 255.0f);
+  EXPECT_EQ(luma[650], 0.0f);  // x 0 of the second row, not a padding byte
+  EXPECT_EQ(luma[650 * 16 + 16], 11.0f);
 }
 
 TEST_F(AnalyseBmpTest, ThousandStillAndTwoHundredChangedCellsUnderEachSensitivity) {
@@ -305,15 +291,15 @@ TEST_F(AnalyseBmpTest, BufferFlagsAndPhasesDecideWhatIsStoredAndCompared) {
            Case{1, kFalse, kFalse, 1, true, false, 440},  // any value but 0 is True
        }) {
     SCOPED_TRACE(::testing::Message() << c.intoA << c.intoB << c.phaseA << c.phaseB);
-    frame(dark, kTrue, kFalse, {0, 0, kTrue, kTrue});
-    frame(dark, kFalse, kTrue, {0, 0, kTrue, kFalse});
-    EXPECT_EQ(frame(light, c.intoA, c.intoB, {0, 0, c.phaseA, c.phaseB}), c.reported);
+    frame(dark, kTrue, kFalse, kTrue, kTrue);
+    frame(dark, kFalse, kTrue, kTrue, kFalse);
+    EXPECT_EQ(frame(light, c.intoA, c.intoB, c.phaseA, c.phaseB), c.reported);
     EXPECT_EQ(module.CellMeansA[0] == 255, c.storedInA);
     EXPECT_EQ(module.CellMeansB[0] == 255, c.storedInB);
   }
 }
 
-TEST_F(AnalyseBmpTest, RefusedBitmapsShowTheirBoxAndLeaveEverythingAsItWas) {
+TEST_F(AnalyseBmpTest, RefusedBitmapsSayWhyAndLeaveEverythingAsItWas) {
   const Bytes good = cellPicture(40, 30, [](int r, int c) { return r + c; });
   const auto with = [&](std::size_t at, std::vector<std::uint8_t> bytes) {
     Bytes b = good;
@@ -323,63 +309,69 @@ TEST_F(AnalyseBmpTest, RefusedBitmapsShowTheirBoxAndLeaveEverythingAsItWas) {
   const auto grey = [](int, int) -> Bgr { return {9, 9, 9}; };
   Bytes cut = good;
   cut.pop_back();
-  const char* notBmp = "It is not BMP file. ";
-  const char* not24 = "The BMP file is not 24 bit! ";
   struct Case {
     const char* name;
-    std::optional<Bytes> file;  // nullopt: no file at all
-    const char* box;            // nullptr: given up without a word
+    std::optional<Bytes> bitmap;  // nullopt: a frame without a picture
+    BitmapRefusal refusal;
   };
   for (const Case& c : {
-           Case{"missing", std::nullopt, notBmp},
-           Case{"empty", Bytes{}, notBmp},
-           Case{"no BM", with(0, {'M', 'B'}), notBmp},
-           Case{"only BM", Bytes{'B', 'M'}, not24},
-           Case{"32 bit", with(28, {32, 0}), not24},
-           Case{"24 bit in the high byte", with(28, {24, 1}), not24},
-           Case{"palette count", with(46, {0, 1, 0, 0}), nullptr},
-           Case{"width 0", makeBitmap({0, 16}, grey), nullptr},
-           Case{"negative height", with(22, {0xE2, 0xFF, 0xFF, 0xFF}), nullptr},
-           Case{"negative width", with(18, {0x80, 0xFD, 0xFF, 0xFF}), nullptr},
+           Case{"undecodable", std::nullopt, BitmapRefusal::NotBmp},
+           Case{"empty", Bytes{}, BitmapRefusal::NotBmp},
+           Case{"no BM", with(0, {'M', 'B'}), BitmapRefusal::NotBmp},
+           Case{"only BM", Bytes{'B', 'M'}, BitmapRefusal::Not24Bit},
+           Case{"32 bit", with(28, {32, 0}), BitmapRefusal::Not24Bit},
+           Case{"24 bit in the high byte", with(28, {24, 1}), BitmapRefusal::Not24Bit},
+           Case{"palette count", with(46, {0, 1, 0, 0}), BitmapRefusal::Silent},
+           Case{"width 0", makeBitmap({0, 16}, grey), BitmapRefusal::Silent},
+           Case{"negative height", with(22, {0xE2, 0xFF, 0xFF, 0xFF}), BitmapRefusal::Silent},
+           Case{"negative width", with(18, {0x80, 0xFD, 0xFF, 0xFF}), BitmapRefusal::Silent},
            Case{"huge in a tiny file", with(18, {0xFF, 0xFF, 0xFF, 0x7F, 0xFF, 0xFF, 0xFF, 0x7F}),
-                nullptr},
-           Case{"one byte short", cut, nullptr},
+                BitmapRefusal::Silent},
+           Case{"one byte short", cut, BitmapRefusal::Silent},
        }) {
     SCOPED_TRACE(c.name);
-    sink.clear();
     prime(good);
     step(cellPicture(40, 30, [](int r, int) { return r < 10 ? 0 : 200; }));
     ASSERT_GT(module.ChangedCellCount, 0);
     const AnalyseBMP& m = module;
     const auto meansA = m.CellMeansA, meansB = m.CellMeansB;
-    const auto luma = m.LumaPixels;
+    const auto luma = m.LumaPixels();
     const auto rows = m.CellRows, columns = m.CellColumns, pixels = m.PixelCount;
     const auto threshold = m.ChangeThreshold;
 
-    std::remove(dir.file("1.bmp").c_str());
-    if (c.file) {
-      EXPECT_EQ(step(*c.file), 0);
-    } else {
-      nextBitmap.reset();
-      module.StoreInA = kTrue;
-      module.StoreInB = kFalse;
-      EXPECT_EQ(module.AnalyseFrame(jpgPath, 16, {0, 0, kFalse, kTrue}), 0);
-    }
-
-    if (c.box) {
-      EXPECT_EQ(sink.boxes(), std::vector<MessageBoxRequest>{warning(c.box)});
-    } else {
-      EXPECT_TRUE(sink.boxes().empty());
-    }
+    EXPECT_EQ(step(c.bitmap), 0);
+    EXPECT_EQ(refusal, c.refusal);
     EXPECT_TRUE(m.ChangedCells.empty());
     EXPECT_EQ(m.CellMeansA, meansA);
     EXPECT_EQ(m.CellMeansB, meansB);
-    EXPECT_EQ(m.LumaPixels, luma);
+    EXPECT_EQ(m.LumaPixels(), luma);
     EXPECT_EQ(m.CellRows, rows);
     EXPECT_EQ(m.CellColumns, columns);
     EXPECT_EQ(m.PixelCount, pixels);
     EXPECT_EQ(m.ChangeThreshold, threshold);
   }
+  // The caller shows the old module's boxes.
+  EXPECT_EQ(refusalBox(BitmapRefusal::NotBmp),
+            MessageBoxRequest::critical("It is not BMP file. ", "Warning"));
+  EXPECT_EQ(refusalBox(BitmapRefusal::Not24Bit),
+            MessageBoxRequest::critical("The BMP file is not 24 bit! ", "Warning"));
+  EXPECT_EQ(refusalBox(BitmapRefusal::Silent), std::nullopt);
+  EXPECT_EQ(refusalBox(BitmapRefusal::None), std::nullopt);
+}
+
+TEST_F(AnalyseBmpTest, CellSumsAFrameCarriesAreTakenAsTheyAre) {
+  // Sums made while decoding count for their cell size only; another size is summed anew.
+  const Bytes grey = cellPicture(4, 6, [](int r, int c) { return 10 * r + c; });
+  clip::FramePtr frame = frameOf(grey);
+  frame->cellSize = 16;
+  frame->cellSums.assign(24, 256.0f * 7);
+  module.StoreInA = kTrue;
+  module.StoreInB = kFalse;
+  module.AnalyseFrame(frame, 16, kTrue, kTrue);
+  EXPECT_EQ(module.CellMeansA, std::vector<std::int32_t>(24, 7));
+  module.AnalyseFrame(frame, 32, kTrue, kTrue);
+  // A 32-pixel cell holds four 16-pixel ones and the divisor stays 256: its mean is their sum.
+  EXPECT_EQ(module.CellMeansA, (std::vector<std::int32_t>{22, 30, 102, 110, 182, 190}));
 }
 
 TEST_F(AnalyseBmpTest, FullHdFrameIsComparedLikeAnyOther) {
@@ -416,10 +408,10 @@ TEST_F(AnalyseBmpTest, ChangeThresholdOverflowsAfterTooManyLowComparisons) {
 }
 
 TEST_F(AnalyseBmpTest, CellSizeMustBePositive) {
-  nextBitmap = twoHundredCellsAt(100);
+  const clip::FramePtr frame = frameOf(twoHundredCellsAt(100));
   module.StoreInA = kTrue;
-  EXPECT_EQ(errorNumberOf([&] { module.AnalyseFrame(jpgPath, 0, {}); }), 11);
-  EXPECT_EQ(errorNumberOf([&] { module.AnalyseFrame(jpgPath, -16, {}); }), 9);
+  EXPECT_EQ(errorNumberOf([&] { module.AnalyseFrame(frame, 0, kTrue, kTrue); }), 11);
+  EXPECT_EQ(errorNumberOf([&] { module.AnalyseFrame(frame, -16, kTrue, kTrue); }), 9);
 }
 
 TEST_F(AnalyseBmpTest, FramesOfAnotherSizeAreNotComparedWithTheBufferBefore) {

@@ -2,78 +2,86 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/support/temp_dir.h"
 #include "tests/support/window_fixture.h"
-#include "toolkit/converters/jpg_to_bmp.h"
 #include "toolkit/core/file_system.h"
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-Bytes decoded(const Bytes& jpeg) {
-  toolkit::JpegBitmapDecoder decoder;
-  Bytes bitmap;
-  EXPECT_TRUE(decoder.decode(jpeg, bitmap));
-  return bitmap;
-}
+class DecodeAheadTest : public ::testing::Test {
+ protected:
+  DecodeAheadTest() {
+    const std::vector<testing_support::Square> squares = {{40, 40, 24, 1, 3}};
+    Bytes trailing = testing_support::sceneJpeg(160, 120, squares, 0);
+    trailing.insert(trailing.end(), 2000, 0x55);  // bytes after the end marker
+    Bytes cut = testing_support::sceneJpeg(160, 120, squares, 1);
+    cut.resize(cut.size() / 2);
+    Bytes file;
+    for (const Bytes& jpeg : {trailing, cut, testing_support::sceneJpeg(160, 120, squares, 2)}) {
+      places.push_back({static_cast<std::int32_t>(places.size()),
+                        static_cast<std::int64_t>(file.size()),
+                        static_cast<std::int32_t>(jpeg.size())});
+      file.insert(file.end(), jpeg.begin(), jpeg.end());
+    }
+    // A damaged index: more than the file holds.
+    places.push_back({3, static_cast<std::int64_t>(file.size()) - 10, 1'500'000'000});
+    toolkit::writeWholeFile(fs, path, file);
+  }
 
-// What "Temp.jpg" holds after `frame` was written over `before`.
-Bytes over(const Bytes& frame, const Bytes& before) {
-  Bytes file = before;
-  if (file.size() < frame.size()) file.resize(frame.size());
-  std::copy(frame.begin(), frame.end(), file.begin());
-  return file;
-}
+  // The frame as the search makes it in line: read by the extraction's procedure, decoded by
+  // the same decoder.
+  clip::Frame inLine(const clip::FramePlace& place) {
+    clip::Frame frame;
+    clip::readFrameBytes(*fs.openRead(path), place, frame.jpeg);
+    search::FrameDecoder decoder;
+    decoder.decode(frame, 16);
+    return frame;
+  }
 
-TEST(DecodeAheadTest, ABitmapCountsOnlyForTheBytesItsOwnDecodingWouldRead) {
   testing_support::TempDir dir;
   toolkit::PosixFileSystem fs;
-  const std::vector<testing_support::Square> squares = {{40, 40, 24, 1, 3}};
-  Bytes longer = testing_support::sceneJpeg(160, 120, squares, 0);
-  longer.insert(longer.end(), 2000, 0x55);  // bytes after the end marker
-  Bytes cut = testing_support::sceneJpeg(160, 120, squares, 1);
-  cut.resize(cut.size() / 2);
-  const Bytes whole = testing_support::sceneJpeg(160, 120, squares, 2);
-  ASSERT_LT(whole.size(), longer.size());
+  std::string path = dir.file("clip.hgv");
+  std::vector<clip::FramePlace> places;
+};
 
-  const std::string path = dir.file("frames.bin");
-  Bytes file = longer;
-  file.insert(file.end(), cut.begin(), cut.end());
-  file.insert(file.end(), whole.begin(), whole.end());
-  toolkit::writeWholeFile(fs, path, file);
-  const auto size = [](const Bytes& b) { return static_cast<std::int32_t>(b.size()); };
-  const std::vector<search::FramePlace> places = {
-      {0, 0, size(longer)},
-      {1, size(longer), size(cut)},
-      {2, size(longer) + size(cut), size(whole)},
-      {3, size(longer), 1'500'000'000}};  // a damaged index: more than the file holds
-
-  // The cut-off frame read on into the longer frame's tail is another picture.
-  ASSERT_NE(decoded(over(cut, longer)), decoded(cut));
-
+TEST_F(DecodeAheadTest, AThreadHandsOverTheFrameTheSearchWouldHaveMade) {
   search::DecodeAhead ahead(fs, 2);
-  const auto take = [&](std::int32_t frame, const Bytes& read, Bytes& bitmap) {
-    ahead.want(path, places);
-    ahead.wait();
-    return ahead.take(path, frame, read, bitmap);
-  };
-  Bytes bitmap;
-  EXPECT_TRUE(take(0, longer, bitmap));
-  EXPECT_EQ(bitmap, decoded(longer));
-  // A whole frame is read up to its end marker: the tail behind it changes nothing.
-  EXPECT_TRUE(take(2, over(whole, longer), bitmap));
-  EXPECT_EQ(bitmap, decoded(over(whole, longer)));
-  EXPECT_FALSE(take(1, over(cut, longer), bitmap)) << "the decoder reads on into the tail";
-  EXPECT_TRUE(take(1, cut, bitmap));
-  EXPECT_EQ(bitmap, decoded(cut));
-  Bytes other = whole;
-  other[other.size() / 2] ^= 0x01;
-  EXPECT_FALSE(take(2, other, bitmap));
-  EXPECT_FALSE(take(3, whole, bitmap)) << "nothing read beyond the file";
-  EXPECT_FALSE(take(7, whole, bitmap)) << "a frame nobody wanted";
-  EXPECT_FALSE(ahead.take(dir.file("other.bin"), 2, whole, bitmap));
+  ahead.want(path, places, 16);
+  ahead.wait();
+  for (int index = 0; index < 3; ++index) {
+    SCOPED_TRACE(index);
+    const clip::FramePtr frame = ahead.take(path, index);
+    ASSERT_NE(frame, nullptr);
+    const clip::Frame want = inLine(places[static_cast<std::size_t>(index)]);
+    EXPECT_EQ(frame->index, index);
+    EXPECT_EQ(frame->jpeg, want.jpeg);
+    EXPECT_EQ(frame->picture, want.picture);
+    EXPECT_EQ(frame->bitmap, want.bitmap);
+    EXPECT_EQ(frame->clean, want.clean);
+    EXPECT_EQ(frame->cellSums, want.cellSums);
+  }
+  EXPECT_FALSE(ahead.take(path, 1)) << "taken once";
+  EXPECT_FALSE(ahead.take(path, 3)) << "nothing is read beyond the file: the search meets that";
+  EXPECT_FALSE(ahead.take(path, 7)) << "a frame nobody wanted";
+  ahead.want(path, places, 16);
+  ahead.wait();
+  EXPECT_FALSE(ahead.take(dir.file("other.hgv"), 2));
   EXPECT_EQ(ahead.taken(), 3u);
+}
+
+TEST_F(DecodeAheadTest, AClipThatGoesAwayIsLeftToTheSearchToMeet) {
+  search::DecodeAhead ahead(fs, 2);
+  ahead.want(path, {places[0]}, 16);
+  ahead.wait();
+  std::filesystem::remove(path);
+  ahead.want(path, {places[0], places[1]}, 16);
+  ahead.wait();
+  EXPECT_NE(ahead.take(path, 0), nullptr) << "read while it was there";
+  EXPECT_EQ(ahead.take(path, 1), nullptr) << "the search reads it itself, and fails";
 }
 
 }  // namespace

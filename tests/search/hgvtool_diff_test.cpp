@@ -5,6 +5,7 @@
 #include "app/hgvtool_commands.h"
 #include "clip/clip_writer.h"
 #include "search/core/analyse_bmp.h"
+#include "toolkit/converters/jpg_to_bmp.h"
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
@@ -35,21 +36,21 @@ ToolRun diff(const app::Args& args) {
 // the way a search's priming pass and first step run it.
 std::string changedOfDirectRun(const Bytes& older, const Bytes& newer, const std::string& sens,
                                int threshold) {
-  TempDir dir;
-  toolkit::PosixFileSystem fs;
-  toolkit::RecordingMessageSink sink;
-  toolkit::Platform platform{fs, sink, dir.path()};
-  AnalyseBMP m(platform);
+  AnalyseBMP m;
   m.Sensitivity = sens;
   m.ChangeThreshold = threshold;
-  const std::string jpg = dir.file("Temp.jpg");
-  writeBytes(jpg, older);
+  const auto frameOf = [](const Bytes& jpeg) {
+    auto frame = std::make_shared<clip::Frame>();
+    toolkit::JpegBitmapDecoder decoder;
+    frame->picture = decoder.decode(jpeg, frame->bitmap) ? clip::Frame::Picture::Decoded
+                                                         : clip::Frame::Picture::Undecodable;
+    return frame;
+  };
   m.StoreInA = kTrue;
-  m.AnalyseFrame(jpg, 16, {0, 0, kTrue, kTrue});
-  writeBytes(jpg, newer);
+  m.AnalyseFrame(frameOf(older), 16, kTrue, kTrue);
   m.StoreInA = kFalse;
   m.StoreInB = kTrue;
-  m.AnalyseFrame(jpg, 16, {0, 0, kTrue, kFalse});
+  m.AnalyseFrame(frameOf(newer), 16, kTrue, kFalse);
   std::string s = "\"changed\": [";
   for (const ChangedCell& c : m.ChangedCells) {
     const CellPoint& p = m.CellOrigins(c.Row, c.Column);

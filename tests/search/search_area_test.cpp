@@ -49,7 +49,7 @@ class SearchAreaTest : public testing_support::WindowFixture {
     const auto at = [](float v) { return static_cast<std::int32_t>(v); };
     return {at(s.Left), at(s.Top), at(s.Left + s.Width), at(s.Top + s.Height)};
   }
-  DrawRectangle& rect() { return m_session.DrawRectangle; }
+  DrawRectangle& rect() { return form().DrawRectangle; }
   // The share `edge / of` of `size`, rounded as the module rounds.
   static std::int32_t share(float edge, float of, std::int32_t size) {
     return Long::fromDouble(edge / of * static_cast<float>(size)).value();
@@ -66,7 +66,7 @@ TEST_F(SearchAreaTest, SettingsStandBesideASwitchedOffWindow) {
   ASSERT_EQ(dialog().cmbSensitivity->ListCount(), 3);
   EXPECT_EQ(dialog().cmbSensitivity->List(0), "High");
   EXPECT_EQ(dialog().cmbSensitivity->List(2), "Low");
-  EXPECT_EQ(m_session.AnalyseBMP.Sensitivity, "Medium");
+  EXPECT_EQ(form().AnalyseBMP.Sensitivity, "Medium");
   EXPECT_TRUE(f.ShaRect->Visible);
   EXPECT_EQ(shownBox(), rect().SearchBox);
   EXPECT_EQ(f.ShaRect->BorderWidth, toolkit::Integer(3));
@@ -180,12 +180,12 @@ TEST_F(SearchAreaTest, SensitivityChangesOnlyAtOkAndDefault) {
   f.imgSetting_Click();
   dialog().cmbSensitivity->Text = std::string("High");
   toolkit::testing::click(*dialog().cmdCancel);
-  EXPECT_EQ(m_session.AnalyseBMP.Sensitivity, "Medium");
+  EXPECT_EQ(form().AnalyseBMP.Sensitivity, "Medium");
   f.imgSetting_Click();
   EXPECT_EQ(dialog().cmbSensitivity->Text(), "Medium");
   dialog().cmbSensitivity->Text = std::string("Sharp");
   toolkit::testing::click(*dialog().cmdOK);
-  EXPECT_EQ(m_session.AnalyseBMP.Sensitivity, "Sharp");
+  EXPECT_EQ(form().AnalyseBMP.Sensitivity, "Sharp");
   f.imgSetting_Click();
   EXPECT_EQ(dialog().cmbSensitivity->Text(), "Sharp");
 
@@ -194,7 +194,7 @@ TEST_F(SearchAreaTest, SensitivityChangesOnlyAtOkAndDefault) {
   const Rect box = rect().SearchBox;
   dialog().cmdDefault_Click();
   toolkit::testing::click(*dialog().cmdCancel);
-  EXPECT_EQ(m_session.AnalyseBMP.Sensitivity, "Medium");
+  EXPECT_EQ(form().AnalyseBMP.Sensitivity, "Medium");
   EXPECT_EQ(rect().SearchArea, area);
   EXPECT_EQ(rect().SearchBox, box);
 }
@@ -216,7 +216,7 @@ TEST_F(SearchAreaTest, DefaultWinsOverALaterDragAtOk) {
   dialog().cmdSearchArea_Click();
   drag({20, 20}, {{200, 100}});
   toolkit::testing::click(*dialog().cmdOK);
-  EXPECT_EQ(m_session.AnalyseBMP.Sensitivity, "Medium");
+  EXPECT_EQ(form().AnalyseBMP.Sensitivity, "Medium");
   EXPECT_EQ(rect().SearchArea, defaultArea);
   EXPECT_EQ(rect().SearchBox, defaultBox);
   EXPECT_EQ(rect().DefaultBox, Rect{}) << "cleared as the dialog goes";
@@ -230,7 +230,7 @@ TEST_F(SearchAreaTest, TheCloseBoxNeitherCommitsNorReverts) {
   dialog().cmbSensitivity->Text = std::string("High");
   dialog().window()->close();
   EXPECT_FALSE(dialog().loaded());
-  EXPECT_EQ(m_session.AnalyseBMP.Sensitivity, "Medium");
+  EXPECT_EQ(form().AnalyseBMP.Sensitivity, "Medium");
   EXPECT_EQ(rect().SearchArea, area);
   EXPECT_EQ(rect().SearchAreaEditing, kFalse);
   EXPECT_FALSE(f.ShaRect->Visible);

@@ -6,6 +6,7 @@
 
 #include "app/clip_search.h"
 #include "clip/clip_writer.h"
+#include "search/core/marks.h"
 #include "tests/support/window_fixture.h"
 #include "toolkit/core/program_folder.h"
 
@@ -51,8 +52,8 @@ class SearchWindowTest : public testing_support::WindowFixture {
     EXPECT_EQ(form().lblImageID->Caption(), std::to_string(index + 1));
     EXPECT_EQ(form().SearchingForward, kFalse);
     EXPECT_EQ(form().SearchingBack, kFalse);
-    EXPECT_EQ(state().SearchPhaseA, kTrue);
-    EXPECT_EQ(state().SearchPhaseB, kTrue);
+    EXPECT_EQ(form().searchState.SearchPhaseA, kTrue);
+    EXPECT_EQ(form().searchState.SearchPhaseB, kTrue);
     EXPECT_EQ(form().imgRightSearch->MousePointer, toolkit::Pointer::Default);
     EXPECT_EQ(form().imgLeftSearch->MousePointer, toolkit::Pointer::Default);
   }
@@ -187,7 +188,7 @@ TEST_F(SearchWindowTest, BackwardPassesFrameZeroAndEndsOnTheLastFrame) {
 TEST_F(SearchWindowTest, ChangesOutsideTheAreaAreWalkedPast) {
   skin::Form1& f = openScene(8, {{40, 40, 48, 2, 8}, {400, 200, 48, 5, 8}});
   // The first square's cells lie left of and above the area, the second inside it.
-  m_session.DrawRectangle.SearchArea = {200, 120, 600, 400};
+  form().DrawRectangle.SearchArea = {200, 120, 600, 400};
   f.imgRightSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 1u);
   EXPECT_EQ(m_outcomes[0].comparisons, 5);
@@ -213,13 +214,13 @@ TEST_F(SearchWindowTest, TheEdgesOfTheAreaBelongToIt) {
   const std::size_t all = m_outcomes[0].marked.size();
 
   f.imgBegin_Click();
-  m_session.DrawRectangle.SearchArea = {left, top, right, bottom};
+  form().DrawRectangle.SearchArea = {left, top, right, bottom};
   f.imgRightSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 2u);
   EXPECT_EQ(m_outcomes[1].marked.size(), all);
 
   f.imgBegin_Click();
-  m_session.DrawRectangle.SearchArea = {left + 1, top + 1, right - 1, bottom - 1};
+  form().DrawRectangle.SearchArea = {left + 1, top + 1, right - 1, bottom - 1};
   f.imgRightSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 3u);
   EXPECT_LT(m_outcomes[2].marked.size(), all);
@@ -369,8 +370,8 @@ TEST_F(SearchWindowTest, AClipThatGoesAwayEndsTheSearchWithOneBox) {
   EXPECT_EQ(boxes()[0].text, "imgRightSearch_Click\r\nError:53\r\nFile not found");
   EXPECT_EQ(boxes()[0].icon, toolkit::MsgIcon::Critical);
   EXPECT_EQ(f.SearchingForward, kFalse);
-  EXPECT_EQ(state().SearchPhaseA, kTrue);
-  EXPECT_EQ(state().SearchPhaseB, kTrue);
+  EXPECT_EQ(form().searchState.SearchPhaseA, kTrue);
+  EXPECT_EQ(form().searchState.SearchPhaseB, kTrue);
   EXPECT_EQ(f.imgRightSearch->MousePointer, toolkit::Pointer::Default);
   // The program goes on: another clip opens and searches.
   open(sceneClip("other.HGV", 4, kComesAndGoes));
@@ -381,8 +382,8 @@ TEST_F(SearchWindowTest, AClipThatGoesAwayEndsTheSearchWithOneBox) {
 
 TEST_F(SearchWindowTest, TheOverflowOfALowThresholdEndsTheSearchWithOneBox) {
   skin::Form1& f = openScene(10, {});
-  m_session.AnalyseBMP.Sensitivity = "Low";
-  m_session.AnalyseBMP.ChangeThreshold = 32767 - 120;
+  form().AnalyseBMP.Sensitivity = "Low";
+  form().AnalyseBMP.ChangeThreshold = 32767 - 120;
   f.imgRightSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 1u);
   EXPECT_EQ(m_outcomes[0].ended, Ended::Error);
@@ -392,7 +393,7 @@ TEST_F(SearchWindowTest, TheOverflowOfALowThresholdEndsTheSearchWithOneBox) {
   EXPECT_EQ(f.SearchingForward, kFalse);
   EXPECT_EQ(state().CurrentFrame, Integer(3));
   // Back at a threshold that fits, the search walks on from where it stood.
-  m_session.AnalyseBMP.ChangeThreshold = 0;
+  form().AnalyseBMP.ChangeThreshold = 0;
   f.imgRightSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 2u);
   EXPECT_EQ(m_outcomes[1].ended, Ended::EndOfRun);
@@ -409,7 +410,7 @@ TEST_F(SearchWindowTest, TheToolFindsWhatTheWindowFinds) {
   std::vector<int> windowThresholds;
   for (int i = 0; i < 6; ++i) {
     f.imgRightSearch_Click();
-    windowThresholds.push_back(m_session.AnalyseBMP.ChangeThreshold.value());
+    windowThresholds.push_back(form().AnalyseBMP.ChangeThreshold.value());
     windowMarked.push_back(m_outcomes.back().ended == Ended::Found ? readBytes(file("temp.bmp"))
                                                                    : std::vector<std::uint8_t>{});
     if (m_outcomes.back().ended != Ended::Found) break;
@@ -420,8 +421,9 @@ TEST_F(SearchWindowTest, TheToolFindsWhatTheWindowFinds) {
   app::SearchOptions options;
   options.from = 1;
   options.all = true;
-  options.area = m_session.DrawRectangle.SearchArea;
-  options.sensitivity = m_session.AnalyseBMP.Sensitivity;
+  options.area = form().DrawRectangle.SearchArea;
+  options.sensitivity = form().AnalyseBMP.Sensitivity;
+  options.scratch = app::ScratchWrites::AfterEachSearch;
   std::vector<app::SearchRecord> records;
   std::vector<std::vector<std::uint8_t>> toolMarked;
   const std::string toolMarks = toolkit::inFolder(tool.platform().programFolder, "temp.bmp");
@@ -491,7 +493,7 @@ SessionRecord recordSession(int threads) {
     std::string s;
     for (const auto& o : outcomes) s += describe(o) + " ";
     outcomes.clear();
-    s += "T" + std::to_string(session.AnalyseBMP.ChangeThreshold.value()) + " F" +
+    s += "T" + std::to_string(f.AnalyseBMP.ChangeThreshold.value()) + " F" +
          std::to_string(session.OpenSaveFile.CurrentFrame.value()) + " L" +
          f.lblImageID->Caption() + " B" + std::to_string(f.picBlock->Left());
     for (const char* name : {"Temp.jpg", "1.bmp", "temp.bmp"}) {

@@ -1,14 +1,15 @@
 #include "toolkit/converters/jpg_to_bmp.h"
 
 #include <gtest/gtest.h>
+#include <turbojpeg.h>
 
-#include "search/core/analyse_bmp.h"
+#include <optional>
+#include <random>
+
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
-#include "toolkit/core/message_box.h"
 #include "toolkit/core/runtime_error.h"
-#include "toolkit/writers/synthetic_scene.h"
 
 namespace toolkit {
 namespace {
@@ -32,7 +33,7 @@ class HalfWriter : public WritableFile {
   std::unique_ptr<WritableFile> m_inner;
 };
 
-class FaultyFileSystem : public PosixFileSystem {
+class HalfWritingFileSystem : public PosixFileSystem {
  public:
   std::unique_ptr<WritableFile> openWrite(const std::string& path) override {
     auto file = PosixFileSystem::openWrite(path);
@@ -68,7 +69,7 @@ class JpgToBmpTest : public ::testing::Test {
   static Bytes expectedBitmap(const Bytes& jpeg) { return encodeBmp24(*decodeJpeg(jpeg)); }
 
   TempDir dir;
-  FaultyFileSystem fs;
+  HalfWritingFileSystem fs;
   std::string source = dir.file("Temp.jpg");
   std::string target = dir.file("1.bmp");
 };
@@ -95,15 +96,14 @@ TEST_F(JpgToBmpTest, ReplacesALongerFileAndIgnoresTheSizeArguments) {
   EXPECT_EQ(readBytes(target), expectedBitmap(jpeg));
 }
 
-TEST_F(JpgToBmpTest, OneConverterServesPicturesOfChangingSizes) {
-  JpgToBmpConverter converter(fs);
+TEST_F(JpgToBmpTest, OneDecoderServesPicturesOfChangingSizes) {
+  JpegBitmapDecoder decoder;
+  Bytes bitmap;
   for (auto [w, h] : {std::pair{5, 3}, {64, 48}, {5, 3}, {13, 2}}) {
     SCOPED_TRACE(::testing::Message() << w << "x" << h);
     const Bytes jpeg = encodeJpeg(gradient(w, h));
-    writeBytes(source, jpeg);
-    ASSERT_TRUE(converter.convert(source, target, 0, 0));
-    EXPECT_EQ(readBytes(target), expectedBitmap(jpeg));
-    EXPECT_EQ(Bytes(converter.bitmap().begin(), converter.bitmap().end()), readBytes(target));
+    ASSERT_TRUE(decoder.decode(jpeg, bitmap));
+    EXPECT_EQ(bitmap, expectedBitmap(jpeg));
   }
 }
 
@@ -134,84 +134,110 @@ TEST_F(JpgToBmpTest, FailuresLeaveNoBitmapBehind) {
     writeBytes(target, encodeBmp24(gradient(16, 16)));  // a stale bitmap of an earlier frame
     fs.failWrites = c.failWrites;
     fs.failRemove = c.failRemove;
-    JpgToBmpConverter converter(fs);
-    EXPECT_FALSE(converter.convert(source, target, 16, 16));
-    EXPECT_EQ(converter.bitmap().empty(), !c.failWrites);  // decoded all the same
+    EXPECT_FALSE(JPG_TO_BMP(fs, source, target, 16, 16));
     fs.failWrites = fs.failRemove = false;
     EXPECT_EQ(fs.exists(target), c.targetRemains);
     EXPECT_TRUE(readBytes(target).empty());
   }
 }
 
-class ComparisonOfJpegsTest : public JpgToBmpTest {
- protected:
-  RecordingMessageSink sink;
-  Platform platform{fs, sink, dir.path()};
-};
-
-TEST_F(ComparisonOfJpegsTest, UndecodableFrameGivesItIsNotBmpOncePerFrame) {
-  search::AnalyseBMP module(platform);
-  writeBytes(source, encodeJpeg(gradient(64, 80)));
-  module.StoreInA = kTrue;
-  module.AnalyseFrame(source, 16, {});
-  const auto means = module.CellMeansA;
-
-  writeBytes(source, Bytes(2000, 0x11));
-  module.StoreInA = kFalse;
-  module.StoreInB = kTrue;
-  EXPECT_EQ(module.AnalyseFrame(source, 16, {}), 0);
-  EXPECT_EQ(module.AnalyseFrame(source, 16, {}), 0);
-  const auto box = MessageBoxRequest::critical("It is not BMP file. ", "Warning");
-  EXPECT_EQ(sink.boxes(), (std::vector<MessageBoxRequest>{box, box}));
-  EXPECT_EQ(module.CellMeansA, means);
-  EXPECT_TRUE(module.CellMeansB.empty());
-}
-
-TEST_F(ComparisonOfJpegsTest, FrameWhoseBitmapCannotBeWrittenIsNotStored) {
-  search::AnalyseBMP module(platform);
-  writeBytes(source, encodeJpeg(gradient(64, 80)));
-  module.StoreInA = kTrue;
-  module.AnalyseFrame(source, 16, {});
-  const auto means = module.CellMeansA;
-  const auto luma = module.LumaPixels;
-
-  writeBytes(source, encodeJpeg(gradient(80, 64)));
-  fs.failWrites = true;
-  EXPECT_EQ(module.AnalyseFrame(source, 16, {}), 0);
-  fs.failWrites = false;
-  EXPECT_EQ(sink.boxes(), (std::vector<MessageBoxRequest>{
-                              MessageBoxRequest::critical("It is not BMP file. ", "Warning")}));
-  EXPECT_EQ(module.CellMeansA, means);
-  EXPECT_EQ(module.LumaPixels, luma);
-  EXPECT_EQ(module.PixelCount, 64 * 80);
-  EXPECT_FALSE(fs.exists(target));
-}
-
-TEST_F(ComparisonOfJpegsTest, KeptBitmapGivesWhatReadingTheFileGives) {
-  search::AnalyseBMP kept(platform);
-  search::AnalyseBMP reread(platform);
-  reread.setConverter([this](const std::string& s, const std::string& t, Integer w, Integer h) {
-    JPG_TO_BMP(fs, s, t, w, h);
-  });
-  const SyntheticScene scene({160, 128, 7, 1, 3, 2});
-  for (int i = 0; i < 4; ++i) {
-    SCOPED_TRACE(i);
-    writeBytes(source, encodeJpeg(scene.frame(i)));
-    const bool intoA = i % 2 == 0;
-    const search::FrameInputs inputs{160, 128, toBoolean(i == 0 || !intoA), toBoolean(intoA)};
-    for (search::AnalyseBMP* m : {&kept, &reread}) {
-      m->StoreInA = toBoolean(intoA);
-      m->StoreInB = toBoolean(!intoA);
-      m->AnalyseFrame(source, 16, inputs);
-    }
-    EXPECT_EQ(kept.LumaPixels, reread.LumaPixels);
-    EXPECT_EQ(kept.CellMeansA, reread.CellMeansA);
-    EXPECT_EQ(kept.CellMeansB, reread.CellMeansB);
-    EXPECT_EQ(kept.ChangedCells, reread.ChangedCells);
-    EXPECT_EQ(kept.ChangeThreshold, reread.ChangeThreshold);
+// What TurboJPEG's tjDecompress2 makes of `jpeg` on a decompressor of its own, in the bitmap's
+// layout: nullopt when it gives no picture; `clean` when it gave one without a warning.
+std::optional<Bytes> turboJpegBitmap(const Bytes& jpeg, bool& clean) {
+  clean = false;
+  tjhandle tj = tjInitDecompress();
+  int width = 0, height = 0, subsamp = 0, colorspace = 0;
+  auto* src = const_cast<unsigned char*>(jpeg.data());
+  std::optional<Bytes> bitmap;
+  if (jpeg.size() >= 4 &&
+      tjDecompressHeader3(tj, src, jpeg.size(), &width, &height, &subsamp, &colorspace) == 0 &&
+      plausibleJpegSize(width, height, jpeg.size())) {
+    Bytes out(bmpFileBytes(width, height), 0);
+    writeBmpHeader(out.data(), width, height);
+    const int result = tjDecompress2(tj, src, jpeg.size(), out.data() + kBmpHeaderBytes, width,
+                                     bmpRowBytes(width), height, TJPF_BGR, TJFLAG_BOTTOMUP);
+    if (result == 0 || tjGetErrorCode(tj) != TJERR_FATAL) bitmap = std::move(out);
+    clean = result == 0;
   }
-  EXPECT_GT(kept.CellMeansB.size(), 0u);
-  EXPECT_TRUE(sink.boxes().empty());
+  tjDestroy(tj);
+  return bitmap;
+}
+
+Bytes progressive(const RgbImage& image) {
+  tjhandle tj = tjInitCompress();
+  unsigned char* out = nullptr;
+  unsigned long size = 0;
+  tjCompress2(tj, image.pixels.data(), image.width, 0, image.height, TJPF_RGB, &out, &size,
+              TJSAMP_420, 80, TJFLAG_PROGRESSIVE);
+  Bytes jpeg(out, out + size);
+  tjFree(out);
+  tjDestroy(tj);
+  return jpeg;
+}
+
+// The decoder works band by band with libjpeg's own interface, so that the search can sum each
+// band while it is in the cache; it must give every pixel, every refusal and every warning as
+// TurboJPEG does, on whole, cut-off, damaged and odd pictures alike.
+TEST(JpegBitmapDecoderTest, DecodesExactlyAsTurboJpeg) {
+  std::mt19937 rng(99);
+  std::vector<std::pair<std::string, Bytes>> cases;
+  for (auto [w, h] : {std::pair{1, 1}, {7, 9}, {17, 31}, {64, 48}, {161, 121}, {640, 481}}) {
+    const std::string size = std::to_string(w) + "x" + std::to_string(h);
+    cases.emplace_back(size + " 4:2:0", encodeJpeg(gradient(w, h), 85, ChromaSubsampling::k420));
+    cases.emplace_back(size + " 4:4:4", encodeJpeg(gradient(w, h), 60, ChromaSubsampling::k444));
+  }
+  const Bytes whole = encodeJpeg(gradient(160, 120), 90);
+  cases.emplace_back("progressive", progressive(gradient(160, 120)));
+  for (std::size_t cut : {whole.size() / 3, whole.size() / 2, whole.size() - 2, std::size_t{200}}) {
+    cases.emplace_back("cut at " + std::to_string(cut), Bytes(whole.begin(), whole.begin() + cut));
+  }
+  Bytes trailing = whole;
+  trailing.insert(trailing.end(), 500, 0x55);
+  cases.emplace_back("bytes after the end marker", trailing);
+  for (int n = 0; n < 40; ++n) {
+    Bytes damaged = whole;
+    std::uniform_int_distribution<std::size_t> at(600, damaged.size() - 3);
+    for (int k = 0; k < 1 + n % 4; ++k) damaged[at(rng)] ^= static_cast<std::uint8_t>(1 << (n % 8));
+    cases.emplace_back("damaged " + std::to_string(n), damaged);
+  }
+  Bytes extraneous = whole;
+  extraneous.insert(extraneous.begin() + 2, {0x00, 0x00, 0x00});  // junk before the next marker
+  cases.emplace_back("junk in the header", extraneous);
+  cases.emplace_back("no JPEG", Bytes(300, 0x5A));
+
+  JpegBitmapDecoder decoder;
+  for (const auto& [name, jpeg] : cases) {
+    SCOPED_TRACE(name);
+    bool wantClean = false;
+    const std::optional<Bytes> want = turboJpegBitmap(jpeg, wantClean);
+    Bytes bitmap;
+    int lastFirstRow = INT32_MAX;
+    int calls = 0;
+    const bool decoded = decoder.decode(jpeg, bitmap, [&](int firstRow) {
+      EXPECT_LT(firstRow, lastFirstRow) << "rows are finished from the top down";
+      lastFirstRow = firstRow;
+      ++calls;
+    });
+    ASSERT_EQ(decoded, want.has_value());
+    if (!decoded) continue;
+    EXPECT_TRUE(bitmap == *want) << "every pixel as TurboJPEG gives it";
+    EXPECT_EQ(decoder.clean(), wantClean);
+    if (wantClean) {
+      EXPECT_EQ(lastFirstRow, 0) << "the last call finishes the bottom row";
+    }
+    EXPECT_GT(calls, 0);
+  }
+}
+
+// TurboJPEG leaves a handle halfway through a header that broke off; the picture after it was
+// read on from there and came out wrong or not at all.
+TEST(JpegBitmapDecoderTest, AHeaderThatBreaksOffDoesNotSpoilTheNextPicture) {
+  const Bytes good = encodeJpeg(gradient(64, 48));
+  JpegBitmapDecoder decoder;
+  Bytes bitmap;
+  EXPECT_FALSE(decoder.decode(Bytes(good.begin(), good.begin() + 120), bitmap));
+  ASSERT_TRUE(decoder.decode(good, bitmap));
+  EXPECT_EQ(bitmap, encodeBmp24(*decodeJpeg(good)));
 }
 
 }  // namespace

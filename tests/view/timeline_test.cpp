@@ -122,7 +122,7 @@ TEST_F(TimelineTest, ARightPressOnTheBlockStartsNoDragAndASearchIgnoresEveryPres
   EXPECT_EQ(f.MarkedPicturePath, file("temp.bmp"));
   f.SearchingForward = kFalse;
   // While the search area is chosen the bar still works.
-  m_session.DrawRectangle.SearchAreaEditing = kTrue;
+  form().DrawRectangle.SearchAreaEditing = kTrue;
   clickTrack(6000);
   EXPECT_EQ(state().CurrentFrame, Integer(6));
   EXPECT_EQ(f.MarkedPicturePath, "");

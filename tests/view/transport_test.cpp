@@ -195,7 +195,7 @@ TEST_F(TransportTest, TheButtonsAreQuietDuringASearchAndWhileTheAreaIsChosen) {
     toolkit::testing::click(*button);
   }
   f.SearchingForward = kFalse;
-  m_session.DrawRectangle.SearchAreaEditing = kTrue;
+  form().DrawRectangle.SearchAreaEditing = kTrue;
   f.imgRightStep_Click();
   EXPECT_EQ(state().CurrentFrame, Integer(0));
   EXPECT_EQ(f.MarkedPicturePath, file("temp.bmp"));

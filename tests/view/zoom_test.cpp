@@ -154,9 +154,9 @@ TEST_F(ZoomTest, TheButtonsDoNothingWithoutAClipWhileTheAreaIsChosenOrDuringASea
   EXPECT_EQ(f.ZoomPercent, Integer(100));
   open(makeClip("zoom.HGV", 3));
   f.imgRightPlay_Click();
-  m_session.DrawRectangle.SearchAreaEditing = kTrue;
+  form().DrawRectangle.SearchAreaEditing = kTrue;
   f.imgZoomIn_Click();
-  m_session.DrawRectangle.SearchAreaEditing = kFalse;
+  form().DrawRectangle.SearchAreaEditing = kFalse;
   f.SearchingBack = kTrue;
   f.imgZoomIn_Click();
   f.imgZoomOut_Click();

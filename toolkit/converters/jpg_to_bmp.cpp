@@ -1,8 +1,12 @@
 #include "toolkit/converters/jpg_to_bmp.h"
 
 #include <turbojpeg.h>
+// jpeglib.h needs the C standard types declared first.
+#include <cstdio>
+#include <jpeglib.h>
 
 #include <algorithm>
+#include <csetjmp>
 #include <cstring>
 #include <new>
 
@@ -11,28 +15,57 @@
 #include "toolkit/core/runtime_error.h"
 
 namespace toolkit {
+
 namespace {
 
-constexpr std::size_t kHeaderBytes = 54;
+struct ErrorManager {
+  jpeg_error_mgr pub;
+  std::jmp_buf jump;
+};
 
-void put32(std::uint8_t* p, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<std::uint8_t>(v >> (8 * i));
+[[noreturn]] void errorExit(j_common_ptr cinfo) {
+  std::longjmp(reinterpret_cast<ErrorManager*>(cinfo->err)->jump, 1);
 }
+// Messages are counted (num_warnings), never printed.
+void outputMessage(j_common_ptr) {}
 
-void writeHeader(std::uint8_t* h, int width, int height, std::size_t fileSize) {
-  std::memset(h, 0, kHeaderBytes);
-  h[0] = 'B';
-  h[1] = 'M';
-  put32(h + 2, static_cast<std::uint32_t>(fileSize));
-  put32(h + 10, kHeaderBytes);
-  put32(h + 14, 40);
-  put32(h + 18, static_cast<std::uint32_t>(width));
-  put32(h + 22, static_cast<std::uint32_t>(height));
-  h[26] = 1;   // biPlanes
-  h[28] = 24;  // biBitCount
-  put32(h + 34, static_cast<std::uint32_t>(fileSize - kHeaderBytes));
-  put32(h + 38, 3780);  // 96 dpi
-  put32(h + 42, 3780);
+enum class Decoded { Clean, Warned, Failed };
+
+// tjDecompress2 into `pixels` (rows bottom-up, `pitch` bytes apart), one band of scanlines at a
+// time so that `rowsDone` hears of each. A fatal error after a warning still leaves a picture, as
+// TurboJPEG has it; rows not reached then keep what they held.
+Decoded decodeRows(std::span<const std::uint8_t> jpeg, std::uint8_t* pixels, int height, int pitch,
+                   const JpegBitmapDecoder::RowsDone& rowsDone) {
+  jpeg_decompress_struct cinfo;
+  ErrorManager errors;
+  cinfo.err = jpeg_std_error(&errors.pub);
+  errors.pub.error_exit = errorExit;
+  errors.pub.output_message = outputMessage;
+  jpeg_create_decompress(&cinfo);
+  JSAMPROW rows[16];
+  volatile Decoded result = Decoded::Failed;
+  if (setjmp(errors.jump) == 0) {
+    jpeg_mem_src(&cinfo, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
+    jpeg_read_header(&cinfo, TRUE);
+    cinfo.out_color_space = JCS_EXT_BGR;
+    jpeg_start_decompress(&cinfo);
+    if (static_cast<int>(cinfo.output_height) != height) errorExit(reinterpret_cast<j_common_ptr>(&cinfo));
+    while (cinfo.output_scanline < cinfo.output_height) {
+      const auto top = static_cast<int>(cinfo.output_scanline);
+      const int count = std::min(16, height - top);
+      for (int i = 0; i < count; ++i) {
+        rows[i] = pixels + static_cast<std::size_t>(height - 1 - top - i) * pitch;
+      }
+      const auto read = static_cast<int>(jpeg_read_scanlines(&cinfo, rows, static_cast<JDIMENSION>(count)));
+      if (rowsDone && read > 0) rowsDone(height - top - read);
+    }
+    jpeg_finish_decompress(&cinfo);
+    result = errors.pub.num_warnings == 0 ? Decoded::Clean : Decoded::Warned;
+  } else {
+    result = errors.pub.num_warnings == 0 ? Decoded::Failed : Decoded::Warned;
+  }
+  jpeg_destroy_decompress(&cinfo);
+  return result;
 }
 
 }  // namespace
@@ -41,96 +74,31 @@ JpegBitmapDecoder::~JpegBitmapDecoder() {
   if (m_tj) tjDestroy(m_tj);
 }
 
-JpgToBmpConverter::JpgToBmpConverter(FileSystem& fs) : m_fs(fs) {}
-
-JpgToBmpConverter::~JpgToBmpConverter() = default;
-
-std::span<const std::uint8_t> JpgToBmpConverter::bitmap() const {
-  if (!m_decoded) return {};
-  return m_bmp;
-}
-
-std::span<const std::uint8_t> JpgToBmpConverter::bitmapOf(
-    std::span<const std::uint8_t> jpeg) const {
-  if (!m_bmpValid ||
-      !std::equal(jpeg.begin(), jpeg.end(), m_bmpSource.begin(), m_bmpSource.end())) {
-    return {};
-  }
-  return m_bmp;
-}
-
-bool JpgToBmpConverter::convert(const std::string& source, const std::string& target,
-                                Integer /*width*/, Integer /*height*/) {
-  if (decode(source)) return write(target);
-  discardTarget(target);
-  return false;
-}
-
-bool JpgToBmpConverter::decode(const std::string& source) {
-  m_decoded = false;
-  try {
-    auto in = m_fs.openRead(source);
-    m_jpeg.resize(static_cast<std::size_t>(in->length()));
-    m_jpeg.resize(in->readAt(0, m_jpeg));
-    in.reset();
-    if (!bitmapOf(m_jpeg).empty()) {
-      m_decoded = true;
-      return m_decoded;
-    }
-    m_bmpValid = false;
-    m_decoded = (m_ahead && m_ahead(m_jpeg, m_bmp)) || m_decoder.decode(m_jpeg, m_bmp);
-    if (m_decoded) {
-      m_bmpSource.swap(m_jpeg);
-      m_bmpValid = true;
-    }
-  } catch (const RuntimeError&) {
-  } catch (const std::bad_alloc&) {
-  }
-  return m_decoded;
-}
-
-bool JpgToBmpConverter::write(const std::string& target) {
-  if (m_decoded) {
-    try {
-      auto out = m_fs.openWrite(target);
-      out->writeAt(0, m_bmp);
-      out->truncate(static_cast<std::int64_t>(m_bmp.size()));
-      return true;
-    } catch (const RuntimeError&) {
-    }
-  }
-  discardTarget(target);
-  return false;
-}
-
 bool JpegBitmapDecoder::decode(std::span<const std::uint8_t> jpeg,
-                               std::vector<std::uint8_t>& bitmap) {
+                               std::vector<std::uint8_t>& bitmap, const RowsDone& rowsDone) {
   m_clean = false;
   if (jpeg.size() < 4) return false;
   if (!m_tj) m_tj = tjInitDecompress();
   if (!m_tj) return false;
-  // TurboJPEG's API takes non-const buffers but does not write to the source.
+  // TurboJPEG's API takes non-const buffers but does not write to the source. Its header check
+  // decides what is a picture: a header with a warning, or a sampling it cannot name, is none.
   auto* src = const_cast<unsigned char*>(jpeg.data());
   const auto size = static_cast<unsigned long>(jpeg.size());
   int width = 0, height = 0, subsamp = 0, colorspace = 0;
   if (tjDecompressHeader3(m_tj, src, size, &width, &height, &subsamp, &colorspace) != 0) {
+    // A header that breaks off leaves the handle halfway through it, and the next picture's
+    // header would be read on from there: start the next one on a fresh handle.
+    tjDestroy(m_tj);
+    m_tj = nullptr;
     return false;
   }
   if (!plausibleJpegSize(width, height, jpeg.size())) return false;
   const int row = bmpRowBytes(width);
-  const std::size_t fileSize =
-      kHeaderBytes + static_cast<std::size_t>(row) * static_cast<std::size_t>(height);
+  const std::size_t fileSize = bmpFileBytes(width, height);
   if (bitmap.size() != fileSize) bitmap.assign(fileSize, 0);
-  writeHeader(bitmap.data(), width, height, fileSize);
+  writeBmpHeader(bitmap.data(), width, height);
 
-  std::uint8_t* pixels = bitmap.data() + kHeaderBytes;
-  // A corrupt or cut-off stream is only a warning: libjpeg-turbo fills what is missing, as every
-  // other decoder of the program does. Only a fatal error leaves no picture.
-  if (tjDecompress2(m_tj, src, size, pixels, width, row, height, TJPF_BGR, TJFLAG_BOTTOMUP) != 0) {
-    if (tjGetErrorCode(m_tj) == TJERR_FATAL) return false;
-  } else {
-    m_clean = true;
-  }
+  std::uint8_t* pixels = bitmap.data() + kBmpHeaderBytes;
   const int pad = row - width * 3;
   if (pad > 0) {
     for (int y = 0; y < height; ++y) {
@@ -138,25 +106,31 @@ bool JpegBitmapDecoder::decode(std::span<const std::uint8_t> jpeg,
                   static_cast<std::size_t>(pad));
     }
   }
-  return true;
+  // A corrupt or cut-off stream is only a warning: libjpeg-turbo fills what is missing, as every
+  // other decoder of the program does. Only a fatal error leaves no picture.
+  const Decoded decoded = decodeRows(jpeg, pixels, height, row, rowsDone);
+  m_clean = decoded == Decoded::Clean;
+  return decoded != Decoded::Failed;
 }
 
-void JpgToBmpConverter::discardTarget(const std::string& target) {
+bool JPG_TO_BMP(FileSystem& fs, const std::string& source, const std::string& target,
+                Integer /*width*/, Integer /*height*/) {
   try {
-    if (m_fs.exists(target)) m_fs.remove(target);
-    return;
+    const std::string jpeg = readWholeFile(fs, source);
+    JpegBitmapDecoder decoder;
+    std::vector<std::uint8_t> bitmap;
+    if (decoder.decode({reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size()},
+                       bitmap)) {
+      auto out = fs.openWrite(target);
+      out->writeAt(0, bitmap);
+      out->truncate(static_cast<std::int64_t>(bitmap.size()));
+      return true;
+    }
   } catch (const RuntimeError&) {
+  } catch (const std::bad_alloc&) {
   }
-  try {
-    m_fs.openWrite(target)->truncate(0);
-  } catch (const RuntimeError&) {
-  }
-}
-
-bool JPG_TO_BMP(FileSystem& fs, const std::string& source, const std::string& target, Integer width,
-                Integer height) {
-  JpgToBmpConverter converter(fs);
-  return converter.convert(source, target, width, height);
+  discardFile(fs, target);
+  return false;
 }
 
 }  // namespace toolkit

@@ -155,6 +155,18 @@ void replaceFile(FileSystem& fs, const std::string& path,
   }
 }
 
+void discardFile(FileSystem& fs, const std::string& path) {
+  try {
+    if (fs.exists(path)) fs.remove(path);
+    return;
+  } catch (const RuntimeError&) {
+  }
+  try {
+    fs.openWrite(path)->truncate(0);
+  } catch (const RuntimeError&) {
+  }
+}
+
 std::string readWholeFile(FileSystem& fs, const std::string& path) {
   auto file = fs.openRead(path);
   std::string bytes(static_cast<std::size_t>(file->length()), '\0');

@@ -61,6 +61,10 @@ std::string readWholeFile(FileSystem& fs, const std::string& path);
 // openWrite and writeAt.
 void writeWholeFile(FileSystem& fs, const std::string& path, std::span<const std::uint8_t> bytes);
 
+// Makes sure no file with old content stands at `path`: removes it, or failing that, empties it.
+// Never throws.
+void discardFile(FileSystem& fs, const std::string& path);
+
 // Lets `write` fill a temporary file beside `path` ("<path>.part") and puts it in the place of
 // `path` only when `write` has returned. Whatever `write` or the file system throws is rethrown
 // after the temporary file is removed; the file at `path` is then as it was.

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "toolkit/core/file_system.h"
+#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace toolkit {
@@ -40,10 +41,36 @@ RgbImage Picture::toRgb() const {
   return rgb;
 }
 
+Picture Picture::fromBitmap(std::span<const std::uint8_t> file) {
+  if (file.size() < kBmpHeaderBytes || file[0] != 'B' || file[1] != 'M') return {};
+  const auto width = static_cast<std::int32_t>(decodeFixed32(&file[18]));
+  const auto height = static_cast<std::int32_t>(decodeFixed32(&file[22]));
+  if (width <= 0 || height <= 0 || decodeFixed16(&file[28]) != 24 ||
+      file.size() < bmpFileBytes(width, height)) {
+    return {};
+  }
+  QImage image(width, height, QImage::Format_RGB32);
+  if (image.isNull()) return {};
+  const auto rowBytes = static_cast<std::size_t>(bmpRowBytes(width));
+  for (int y = 0; y < height; ++y) {
+    const std::uint8_t* src =
+        file.data() + kBmpHeaderBytes + static_cast<std::size_t>(height - 1 - y) * rowBytes;
+    auto* dst = reinterpret_cast<QRgb*>(image.scanLine(y));
+    for (int x = 0; x < width; ++x, src += 3) dst[x] = qRgb(src[2], src[1], src[0]);
+  }
+  Picture picture;
+  picture.m_image = std::move(image);
+  return picture;
+}
+
 Picture LoadPicture(FileSystem& files, const std::string& path) {
   const std::string bytes = readWholeFile(files, path);
-  const std::span<const std::uint8_t> data(reinterpret_cast<const std::uint8_t*>(bytes.data()),
-                                           bytes.size());
+  return LoadPicture(
+      std::span<const std::uint8_t>(reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                    bytes.size()));
+}
+
+Picture LoadPicture(std::span<const std::uint8_t> data) {
   if (data.size() >= 2 && data[0] == 'B' && data[1] == 'M') {
     std::optional<RgbImage> bitmap = decodeBmp(data);
     if (!bitmap) throw RuntimeError::of(ErrorNumber::InvalidPicture);

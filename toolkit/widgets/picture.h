@@ -4,6 +4,8 @@
 // their pixels.
 
 #include <QImage>
+#include <cstdint>
+#include <span>
 #include <string>
 
 #include "toolkit/core/image.h"
@@ -24,16 +26,21 @@ class Picture {
   const QImage& image() const { return m_image; }
 
   static Picture fromRgb(const RgbImage& rgb);
+  // From a 24-bit bottom-up bitmap file as the converter writes it (54-byte header, rows padded
+  // to 4 bytes); empty if it is not one.
+  static Picture fromBitmap(std::span<const std::uint8_t> bitmapFile);
   RgbImage toRgb() const;
 
  private:
-  friend Picture LoadPicture(FileSystem& files, const std::string& path);
+  friend Picture LoadPicture(std::span<const std::uint8_t> bytes);
   QImage m_image;
 };
 
 // A JPEG or BMP file as a picture. Throws the file's error, or RuntimeError 481 "Invalid picture"
 // for anything that does not decode.
 Picture LoadPicture(FileSystem& files, const std::string& path);
+// The same for the file's bytes.
+Picture LoadPicture(std::span<const std::uint8_t> bytes);
 
 // Writes the picture as a 24-bit Windows bitmap, replacing the file.
 void SavePicture(FileSystem& files, const Picture& picture, const std::string& path);

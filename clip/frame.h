@@ -1,0 +1,74 @@
+#pragma once
+
+// One frame of a clip on its way through the program. It is read from the clip once, decoded at
+// most once, and then compared, marked, shown and written to the scratch files as this one value:
+// nothing downstream reads a file back to learn what it holds.
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <vector>
+
+namespace clip {
+
+struct Frame {
+  enum class Picture { NotDecoded, Decoded, Undecodable };
+
+  std::int32_t index = -1;  // from 0
+  // The frame's bytes, exactly as SeparateMJPG::ExtractCurrentJpg reads them from the clip.
+  std::vector<std::uint8_t> jpeg;
+
+  Picture picture = Picture::NotDecoded;
+  // The picture as the converter's 24-bit bitmap file (a 54-byte header, then the rows bottom-up,
+  // blue, green, red, each padded to 4 bytes). Holds it only while picture is Decoded.
+  std::vector<std::uint8_t> bitmap;
+  // The decoding read the stream to its end marker without a warning, so no byte after the
+  // frame's own could have changed the picture.
+  bool clean = false;
+  // The picture was decoded from the frame's bytes followed by the stale tail of "Temp.jpg"
+  // (see ScratchFiles), as the converter, which reads the whole file, decodes a frame that does
+  // not end cleanly.
+  bool withTail = false;
+  // The brightness sums of the picture's cells of `cellSize` pixels, when whoever decoded the
+  // frame made them too (0: not made).
+  int cellSize = 0;
+  std::vector<float> cellSums;
+
+  bool decoded() const { return picture == Picture::Decoded; }
+  // Whether the picture is what a "Temp.jpg" of `fileBytes` bytes that begins with this frame
+  // decodes to: the decoding never read past the frame's bytes, took the tail, or there is none.
+  bool pictureOfFile(std::size_t fileBytes) const {
+    return decoded() && (clean || withTail || fileBytes <= jpeg.size());
+  }
+  // The bitmap file, or empty when the frame is not decoded.
+  std::span<const std::uint8_t> bitmapFile() const {
+    return decoded() ? std::span<const std::uint8_t>(bitmap) : std::span<const std::uint8_t>();
+  }
+};
+
+// Frames are shared by whoever still needs them (the comparison, the scratch files, the view) and
+// never changed once handed on, except by the one thread that holds the only reference.
+using FramePtr = std::shared_ptr<Frame>;
+
+// Makes frames whose buffers come back here when the last holder lets go, so that walking a clip
+// allocates no picture memory after its first frames: a fresh 2.7 MB bitmap costs its page
+// faults on every frame. Thread-safe; frames may outlive the pool.
+class FramePool {
+ public:
+  // `keep`: how many spare frames to hold at most.
+  explicit FramePool(std::size_t keep = 8);
+
+  // A frame with index -1, no bytes and no picture; its vectors may keep memory of earlier use.
+  FramePtr make();
+
+ private:
+  struct Spares {
+    std::mutex mutex;
+    std::vector<std::unique_ptr<Frame>> frames;
+    std::size_t keep;
+  };
+  std::shared_ptr<Spares> m_spares;
+};
+
+}  // namespace clip

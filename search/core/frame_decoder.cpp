@@ -1,0 +1,73 @@
+#include "search/core/frame_decoder.h"
+
+#include <algorithm>
+
+#include "search/core/cell_sums.h"
+#include "toolkit/core/image.h"
+#include "toolkit/core/little_endian.h"
+
+namespace search {
+
+void FrameDecoder::decode(clip::Frame& frame, int cellSize) {
+  if (frame.picture != clip::Frame::Picture::NotDecoded) return;
+  decodeBytes(frame, frame.jpeg, cellSize);
+}
+
+void FrameDecoder::decodeAsScratch(clip::Frame& frame, std::span<const std::uint8_t> tempJpg,
+                                   int cellSize) {
+  decode(frame, cellSize);
+  const bool tailCounts = !frame.clean && tempJpg.size() > frame.jpeg.size();
+  if (!tailCounts || frame.withTail) return;
+  decodeBytes(frame, tempJpg, cellSize);
+  frame.withTail = true;
+}
+
+void FrameDecoder::decodeBytes(clip::Frame& frame, std::span<const std::uint8_t> jpeg,
+                               int cellSize) {
+  frame.cellSize = 0;
+  frame.cellSums.clear();
+  // The cells are summed band by band as the decoder finishes their rows, while the rows are
+  // still in the cache; the picture is decoded from the top, the cells count from the bottom.
+  BgrRows rows;
+  std::int64_t cellRows = 0;
+  std::int64_t summedFrom = 0;  // cell rows [summedFrom, cellRows) are summed
+  const auto startSums = [&] {
+    const std::uint8_t* header = frame.bitmap.data();
+    const auto width = static_cast<std::int32_t>(toolkit::decodeFixed32(header + 18));
+    const auto height = static_cast<std::int32_t>(toolkit::decodeFixed32(header + 22));
+    rows = {header + toolkit::kBmpHeaderBytes,
+            static_cast<std::size_t>(toolkit::bmpRowBytes(width)), width, height};
+    cellRows = height / cellSize;
+    summedFrom = cellRows;
+    frame.cellSums.resize(static_cast<std::size_t>(width / cellSize) *
+                          static_cast<std::size_t>(cellRows));
+  };
+  const auto sumDownTo = [&](std::int64_t firstCellRow) {
+    if (firstCellRow >= summedFrom) return;
+    cellSums(rows, cellSize, frame.cellSums.data(), firstCellRow, summedFrom);
+    summedFrom = firstCellRow;
+  };
+  toolkit::JpegBitmapDecoder::RowsDone rowsDone;
+  if (cellSize > 0) {
+    rowsDone = [&](int firstRow) {
+      if (!rows.data) startSums();
+      // Cell row r is whole once its lowest pixel row, r x cellSize, is done.
+      sumDownTo((firstRow + cellSize - 1) / cellSize);
+    };
+  }
+  if (!m_decoder.decode(jpeg, frame.bitmap, rowsDone)) {
+    frame.picture = clip::Frame::Picture::Undecodable;
+    frame.clean = false;
+    frame.cellSums.clear();
+    return;
+  }
+  frame.picture = clip::Frame::Picture::Decoded;
+  frame.clean = m_decoder.clean();
+  if (cellSize <= 0) return;
+  // A stream that broke off leaves the rows it did not reach as they were: summed all the same.
+  if (!rows.data) startSums();
+  sumDownTo(0);
+  frame.cellSize = cellSize;
+}
+
+}  // namespace search
