@@ -1,15 +1,18 @@
 // What one step of a motion search costs next to plain decoding of the same pictures. A search
-// step extracts the frame to "Temp.jpg", converts it to "1.bmp", reads the bitmap, computes the
-// brightness and the cell means and compares them with the frame before; its floor is the JPEG
-// decoding inside the conversion. Both are timed in the same run, in alternating rounds, and the
-// best round of each counts, since the machine is shared.
+// step reads the frame from the clip as a value, decodes it to the converter's bitmap, sums the
+// brightness of its cells and compares them with the frame before; its floor is the JPEG
+// decoding. Both are timed in the same run, in alternating rounds, and the best round of each
+// counts, since the machine is shared.
 //
 // Then the whole search through the window's driver, on Qt's offscreen platform: a forward search
 // over a 1280x720 clip, with an area in which nothing changes so that it runs to the end, with
 // its yields, bar updates and scratch files.
 //
 // The last lines are "search_vs_decode WxH RATIO", the search's frames per second divided by
-// those of decoding alone, and "driver_vs_decode 1280x720 RATIO" for the whole search.
+// those of decoding alone, and "driver_vs_decode 1280x720 threads=N RATIO" for the whole search.
+//
+// Given clips (search_bench CLIP...), it times hgvtool search --all over each instead:
+// "tool_vs_decode NAME threads=N RATIO".
 
 #include <turbojpeg.h>
 #include <unistd.h>
@@ -19,14 +22,17 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "app/clip_search.h"
 #include "clip/clip_writer.h"
 #include "clip/separate_mjpg.h"
 #include "search/core/analyse_bmp.h"
 #include "search/core/cell_sums.h"
+#include "search/core/frame_decoder.h"
 #include "skin/windows.h"
 #include "toolkit/converters/jpg_to_bmp.h"
 #include "toolkit/core/file_system.h"
@@ -104,28 +110,28 @@ class Bench {
     return m_frames / secondsSince(start);
   }
 
-  // A search from frame 0 to the end, as the drivers call the two modules: the priming pass,
-  // then each step into the buffer that holds the older frame.
+  // A search from frame 0 to the end, as the drivers call the modules: the priming pass, then
+  // each step into the buffer that holds the older frame.
   double searchPass(clip::SeparateMJPG& clip, search::AnalyseBMP& analyse) {
-    const search::FrameInputs rest{m_width, m_height, kTrue, kTrue};
-    bool phaseA = true, phaseB = false;
+    search::FrameDecoder decoder;
     m_changedFrames = 0;
     const auto start = Clock::now();
-    analyse.StoreInA = kTrue;
-    analyse.StoreInB = kFalse;
-    analyse.AnalyseFrame(clip.ExtractCurrentJpg(m_clipPath, 0), 16, rest);
-    for (int k = 1; k < m_frames; ++k) {
-      const bool intoA = !phaseA;
+    const auto step = [&](int k, bool intoA, bool phaseA, bool phaseB) {
+      clip.ExtractCurrentJpg(m_clipPath, k);
+      const clip::FramePtr& frame = clip.lastExtracted();
+      decoder.decodeAsScratch(*frame, clip.scratch().jpegFile(), 16);
       analyse.StoreInA = toolkit::toBoolean(intoA);
       analyse.StoreInB = toolkit::toBoolean(!intoA);
+      return analyse
+          .AnalyseFrame(frame, 16, toolkit::toBoolean(phaseA), toolkit::toBoolean(phaseB))
+          .changed;
+    };
+    step(0, true, true, true);
+    bool phaseA = true;
+    for (int k = 1; k < m_frames; ++k) {
+      const bool intoA = !phaseA;
       phaseA = !phaseA;
-      phaseB = !phaseB;
-      const std::string jpg = clip.ExtractCurrentJpg(m_clipPath, k);
-      if (analyse.AnalyseFrame(
-              jpg, 16,
-              {m_width, m_height, toolkit::toBoolean(phaseA), toolkit::toBoolean(phaseB)}) > 0) {
-        ++m_changedFrames;
-      }
+      if (step(k, intoA, phaseA, !phaseA) > 0) ++m_changedFrames;
     }
     return m_frames / secondsSince(start);
   }
@@ -134,28 +140,25 @@ class Bench {
     clip::SeparateMJPG clip(m_platform);
     clip.InitialAviInfo(m_clipPath);
     clip.SaveAviChunk(m_clipPath);
-    search::AnalyseBMP analyse(m_platform);
+    clip.scratch().setMode(clip::ScratchFiles::Mode::Memory);
+    search::AnalyseBMP analyse;
     Figures best;
     for (int round = 0; round < kRounds; ++round) {
       best.decodeFps = std::max(best.decodeFps, decodePass());
       best.searchFps = std::max(best.searchFps, searchPass(clip, analyse));
     }
-    if (!m_sink.boxes().empty())
-      std::printf("  unexpected box: %s\n", m_sink.boxes()[0].text.c_str());
     return best;
   }
 
   // Where a step's time goes: each part alone, best of a few passes, in milliseconds a frame.
-  // Reading 1.bmp back is not needed in a search: the bitmap just written is reduced from memory.
   void sections() {
     clip::SeparateMJPG clip(m_platform);
     clip.InitialAviInfo(m_clipPath);
     clip.SaveAviChunk(m_clipPath);
-    toolkit::JpgToBmpConverter converter(m_fs);
-    const std::string jpg = m_folder + "/Temp.jpg", bmp = m_folder + "/1.bmp";
+    clip.scratch().setMode(clip::ScratchFiles::Mode::Memory);
     std::vector<float> luma(static_cast<std::size_t>(m_width) * m_height);
     std::vector<float> sums(static_cast<std::size_t>(m_width / 16) * (m_height / 16));
-    double extract = 1e9, decode = 1e9, write = 1e9, reread = 1e9, cells = 1e9, cellsScalar = 1e9;
+    double extract = 1e9, decode = 1e9, cells = 1e9, cellsScalar = 1e9, lumaAll = 1e9;
     const auto time = [this](double& best, const auto& f) {
       const auto t = Clock::now();
       for (int k = 0; k < m_frames; ++k) f();
@@ -163,33 +166,24 @@ class Bench {
     };
     for (int pass = 0; pass < 3; ++pass) {
       time(extract, [&] { clip.ExtractCurrentJpg(m_clipPath, m_frames / 2); });
-      // The converter does not decode the same bytes twice in a row; the decoder inside it does.
-      const std::string bytes = toolkit::readWholeFile(m_fs, jpg);
+      const clip::FramePtr frame = clip.lastExtracted();
       toolkit::JpegBitmapDecoder decoder;
-      std::vector<std::uint8_t> decoded;
-      time(decode, [&] {
-        decoder.decode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()},
-                       decoded);
-      });
-      converter.decode(jpg);
-      time(write, [&] { converter.write(bmp); });
-      time(reread, [&] { toolkit::readWholeFile(m_fs, bmp); });
-      const auto bitmap = converter.bitmap();
+      std::vector<std::uint8_t> bitmap;
+      time(decode, [&] { decoder.decode(frame->jpeg, bitmap); });
       const search::BgrRows rows{bitmap.data() + 54,
                                  static_cast<std::size_t>(toolkit::bmpRowBytes(m_width)), m_width,
                                  m_height};
-      time(cells, [&] { search::lumaAndCellSums(rows, 16, luma.data(), sums.data()); });
-      time(cellsScalar, [&] {
-        search::lumaAndCellSums(rows, 16, luma.data(), sums.data(), search::CellSumPath::kScalar);
-      });
+      time(cells, [&] { search::cellSums(rows, 16, sums.data()); });
+      time(cellsScalar,
+           [&] { search::cellSums(rows, 16, sums.data(), search::CellSumPath::kScalar); });
+      time(lumaAll, [&] { search::lumaPixels(rows, luma.data()); });
     }
     const auto ms = [this](double total) { return total / m_frames * 1e3; };
-    std::printf("  extract to Temp.jpg          %7.3f ms\n", ms(extract));
-    std::printf("  decode Temp.jpg              %7.3f ms\n", ms(decode));
-    std::printf("  write 1.bmp                  %7.3f ms\n", ms(write));
-    std::printf("  read 1.bmp back (not needed) %7.3f ms\n", ms(reread));
+    std::printf("  read the frame from the clip %7.3f ms\n", ms(extract));
+    std::printf("  decode                       %7.3f ms\n", ms(decode));
     std::printf("  brightness and cell sums     %7.3f ms   (plain loop %.3f ms)\n", ms(cells),
                 ms(cellsScalar));
+    std::printf("  brightness of every pixel    %7.3f ms   (not in a search)\n", ms(lumaAll));
   }
 
   int changedFrames() const { return m_changedFrames; }
@@ -216,7 +210,7 @@ class Bench {
       form.imgBegin_Click();
       QApplication::processEvents();
       // A corner no cell's point reaches: every change lies outside, and the search runs on.
-      session.DrawRectangle.SearchArea = {-100, -100, -50, -50};
+      form.DrawRectangle.SearchArea = {-100, -100, -50, -50};
       const auto start = Clock::now();
       form.imgRightSearch_Click();
       best.searchFps = std::max(best.searchFps, m_frames / secondsSince(start));
@@ -241,11 +235,103 @@ class Bench {
   int m_changedFrames = 0;
 };
 
+// hgvtool search --all over a clip (real footage, say) against one-thread decoding of the same
+// frames, both in this run: the searches go on from each result to the end of the run, with the
+// marked pictures and scratch files that hgvtool leaves.
+class ClipBench {
+ public:
+  explicit ClipBench(std::string path) : m_path(std::move(path)) {
+    toolkit::PosixFileSystem fs;
+    toolkit::RecordingMessageSink sink;
+    toolkit::Platform platform{fs, sink, std::filesystem::temp_directory_path().string()};
+    clip::SeparateMJPG clip(platform);
+    if (clip.InitialAviInfo(m_path) == kFalse) return;
+    const int frames = clip.SaveAviChunk(m_path).value();
+    auto file = fs.openRead(m_path);
+    for (int k = 0; k < frames; ++k) {
+      std::vector<std::uint8_t> bytes;
+      clip::readFrameBytes(*file, clip.placeOf(k), bytes);
+      m_jpegs.push_back(std::move(bytes));
+    }
+    m_width = clip.ClipWidth.value();
+    m_height = clip.ClipHeight.value();
+  }
+
+  bool ok() const { return !m_jpegs.empty(); }
+  int frames() const { return static_cast<int>(m_jpegs.size()); }
+
+  double decodeFps() {
+    tjhandle tj = tjInitDecompress();
+    std::vector<std::uint8_t> rgb(static_cast<std::size_t>(m_width) * m_height * 3);
+    const auto start = Clock::now();
+    for (auto& jpeg : m_jpegs) {
+      tjDecompress2(tj, jpeg.data(), jpeg.size(), rgb.data(), m_width, 0, m_height, TJPF_RGB, 0);
+    }
+    tjDestroy(tj);
+    return frames() / secondsSince(start);
+  }
+
+  // Returns frames per second and counts the results.
+  double searchFps(int threads, int& results) {
+    std::ostringstream quiet;
+    app::ToolSession tool(quiet);
+    if (!tool.openClip(m_path)) return 0;
+    app::SearchOptions options;
+    options.all = true;
+    options.threads = threads;
+    results = 0;
+    const auto start = Clock::now();
+    app::runSearches(tool, options, [&](const app::SearchRecord& r) {
+      if (r.outcome.ended == search::SearchOutcome::Ended::Found) ++results;
+    });
+    return frames() / secondsSince(start);
+  }
+
+ private:
+  std::string m_path;
+  std::vector<std::vector<std::uint8_t>> m_jpegs;
+  int m_width = 0, m_height = 0;
+};
+
+void benchClips(const std::vector<std::string>& paths) {
+  const int cores = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  std::vector<std::string> lines;
+  for (const std::string& path : paths) {
+    ClipBench bench(path);
+    if (!bench.ok()) {
+      std::printf("%s: not a clip\n", path.c_str());
+      continue;
+    }
+    const std::string name = std::filesystem::path(path).filename().string();
+    for (int threads : {1, cores}) {
+      double decode = 0, search = 0;
+      int results = 0;
+      for (int round = 0; round < 3; ++round) {
+        decode = std::max(decode, bench.decodeFps());
+        search = std::max(search, bench.searchFps(threads, results));
+      }
+      std::printf("%s, %d frames, threads=%d: decode %.1f fps, hgvtool search --all %.1f fps, "
+                  "%d results\n",
+                  name.c_str(), bench.frames(), threads, decode, search, results);
+      char line[256];
+      std::snprintf(line, sizeof line, "tool_vs_decode %s threads=%d %.3f", name.c_str(), threads,
+                    search / decode);
+      lines.push_back(line);
+      if (cores == 1) break;
+    }
+  }
+  for (const std::string& line : lines) std::printf("%s\n", line.c_str());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   QApplication app(argc, argv);
+  if (argc > 1) {
+    benchClips(std::vector<std::string>(argv + 1, argv + argc));
+    return 0;
+  }
   const auto folder = std::filesystem::temp_directory_path() /
                       ("hg-search-bench-" + std::to_string(static_cast<long>(::getpid())));
   std::filesystem::create_directories(folder);
