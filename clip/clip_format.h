@@ -1,7 +1,7 @@
 #pragma once
 
 // The byte layout of a clip, shared by the reader (clip/separate_mjpg.cpp) and the writer
-// (toolkit/writers/clip_writer.cpp). All numbers are little-endian; offsets count from 0.
+// (clip/clip_writer.cpp). All numbers are little-endian; offsets count from 0.
 //
 //   0    "RIFF"  u32 riff size  "AVI "
 //   12   "LIST"  u32 size       "hdrl"

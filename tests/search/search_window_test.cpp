@@ -7,6 +7,7 @@
 #include "app/clip_search.h"
 #include "clip/clip_writer.h"
 #include "search/core/marks.h"
+#include "toolkit/converters/jpg_to_bmp.h"
 #include "tests/support/window_fixture.h"
 #include "toolkit/core/program_folder.h"
 
@@ -398,6 +399,39 @@ TEST_F(SearchWindowTest, TheOverflowOfALowThresholdEndsTheSearchWithOneBox) {
   ASSERT_EQ(m_outcomes.size(), 2u);
   EXPECT_EQ(m_outcomes[1].ended, Ended::EndOfRun);
   EXPECT_EQ(m_outcomes[1].comparisons, 6);
+}
+
+TEST_F(SearchWindowTest, AnUndecodableFrameIsReportedOnceAndWalkedPast) {
+  start();
+  std::vector<std::vector<std::uint8_t>> jpegs;
+  for (int i = 0; i < 6; ++i) jpegs.push_back(testing_support::sceneJpeg(640, 480, {}, i));
+  jpegs[3] = std::vector<std::uint8_t>(4000, 0x5A);
+  open(writeClip("broken.HGV", jpegs, 640, 480));
+  form().searchDriver().onFinished = [this](const SearchOutcome& o) { m_outcomes.push_back(o); };
+  form().imgRightSearch_Click();
+  ASSERT_EQ(m_outcomes.size(), 1u);
+  EXPECT_EQ(m_outcomes[0].ended, Ended::EndOfRun);
+  EXPECT_EQ(m_outcomes[0].comparisons, 5);
+  ASSERT_EQ(boxes().size(), 1u);
+  EXPECT_EQ(boxes()[0], toolkit::MessageBoxRequest::critical("It is not BMP file. ", "Warning"));
+  expectRestingOn(5, -1);
+}
+
+// Nobody can look at the scratch files while a search walks: they are written when it ends, and
+// then hold what writing every frame would have left.
+TEST_F(SearchWindowTest, TheScratchFilesWaitForTheEndOfTheSearch) {
+  skin::Form1& f = openScene(10, {});
+  const std::vector<std::uint8_t> atStart = readBytes(scratch());
+  std::vector<std::uint8_t> midway;
+  atYield(6, [&] { midway = readBytes(scratch()); });
+  f.imgRightSearch_Click();
+  m_host.host.onYield = {};
+  EXPECT_EQ(midway, atStart) << "frame 0 while the search is on frame 3";
+  const std::vector<std::uint8_t> temp = readBytes(scratch());
+  EXPECT_TRUE(std::equal(jpegOf(9).begin(), jpegOf(9).end(), temp.begin()));
+  ASSERT_TRUE(toolkit::JPG_TO_BMP(m_host.files, scratch(), file("converted.bmp"), 0, 0));
+  EXPECT_EQ(readBytes(file("1.bmp")), readBytes(file("converted.bmp")))
+      << "1.bmp is what the converter makes of Temp.jpg";
 }
 
 // The window and hgvtool run one search procedure: from the same frame they end on the same

@@ -62,34 +62,29 @@ TEST_F(WindowsTest, MainWindowHasItsFixedFrame) {
   EXPECT_FALSE(w->windowIcon().isNull());
 }
 
-TEST_F(WindowsTest, EachButtonShowsItsPictureWhereTheLayoutPutsIt) {
-  struct Button {
-    SkinPicture picture;
-    int left, top, width, height;
+// Every image button paints its own picture over the whole of the place the control stands in,
+// in front of the background, wherever the layout put it.
+TEST_F(WindowsTest, EachButtonShowsItsPictureWhereItStands) {
+  skin::Form1& f = start();
+  const std::pair<toolkit::ImageControl*, SkinPicture> buttons[] = {
+      {f.imgFile, SkinPicture::ImgFile},         {f.imgSetting, SkinPicture::ImgSetting},
+      {f.imgSave, SkinPicture::ImgSave},         {f.imgBegin, SkinPicture::ImgBegin},
+      {f.imgEnd, SkinPicture::ImgEnd},           {f.imgLeftStep, SkinPicture::ImgLeftStep},
+      {f.imgRightStep, SkinPicture::ImgRightStep}, {f.imgLeftPlay, SkinPicture::ImgLeftPlay},
+      {f.imgPausePlay, SkinPicture::ImgPausePlay}, {f.imgRightPlay, SkinPicture::ImgRightPlay},
+      {f.imgLeftSearch, SkinPicture::ImgLeftSearch},
+      {f.imgRightSearch, SkinPicture::ImgRightSearch},
+      {f.imgZoomOut, SkinPicture::ImgZoomOut},   {f.imgZoomIn, SkinPicture::ImgZoomIn},
+      {f.imgCfile, SkinPicture::ImgCfile},       {f.imgCzoom, SkinPicture::ImgCzoom},
   };
-  const Button buttons[] = {
-      {SkinPicture::ImgFile, 495, 7215, 555, 795},
-      {SkinPicture::ImgSetting, 1410, 7215, 555, 780},
-      {SkinPicture::ImgSave, 2415, 7215, 555, 765},
-      {SkinPicture::ImgBegin, 3450, 7215, 450, 765},
-      {SkinPicture::ImgEnd, 4095, 7215, 450, 765},
-      {SkinPicture::ImgLeftStep, 5040, 7215, 450, 765},
-      {SkinPicture::ImgRightStep, 5715, 7215, 450, 765},
-      {SkinPicture::ImgLeftPlay, 6840, 7230, 360, 765},
-      {SkinPicture::ImgPausePlay, 7380, 7215, 555, 765},
-      {SkinPicture::ImgRightPlay, 8160, 7230, 360, 765},
-      {SkinPicture::ImgLeftSearch, 9240, 7215, 450, 765},
-      {SkinPicture::ImgRightSearch, 9885, 7215, 435, 765},
-      {SkinPicture::ImgZoomOut, 10980, 7215, 450, 765},
-      {SkinPicture::ImgZoomIn, 11565, 7215, 450, 765},
-      {SkinPicture::ImgCfile, 555, 8115, 390, 135},
-      {SkinPicture::ImgCzoom, 11250, 8115, 510, 165},
-  };
-  start();
   QImage shot = screenshot();
-  for (const Button& b : buttons) {
-    QRect rect = pixels(b.left, b.top, b.width, b.height);
-    EXPECT_EQ(shot.copy(rect), expected(b.picture, rect)) << static_cast<int>(b.picture);
+  for (const auto& [control, picture] : buttons) {
+    SCOPED_TRACE(control->name());
+    const QRect rect = pixels(static_cast<int>(control->Left()), static_cast<int>(control->Top()),
+                              static_cast<int>(control->Width()),
+                              static_cast<int>(control->Height()));
+    ASSERT_FALSE(rect.isEmpty());
+    EXPECT_EQ(shot.copy(rect), expected(picture, rect));
   }
 }
 
