@@ -4,15 +4,13 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <ostream>
 #include <sstream>
 
 #include "app/clip_search.h"
-#include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
 #include "export/core/exports.h"
+#include "search/core/frame_decoder.h"
 #include "search/core/marks.h"
-#include "search/driver/search_driver.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
 
@@ -62,23 +60,86 @@ toolkit::RgbImage shrink(const toolkit::RgbImage& picture, int width) {
   return thumb;
 }
 
-// A result's marked picture shrunk to a JPEG in the thumbnail folder, the marks drawn again at
-// that scale: shrunk with the picture, one-pixel outlines would fade into it.
-std::string writeThumbnail(const ScanOptions& options, const ScanEvent& event,
-                           const toolkit::RgbImage& marked) {
-  if (marked.empty()) return {};
-  char number[16];
-  std::snprintf(number, sizeof number, "%06d", event.frame);
-  const std::string name = options.thumbnailPrefix + number + ".jpg";
-  toolkit::RgbImage thumb = shrink(marked, kThumbnailWidth);
-  search::drawMarks(thumb, event.marked, static_cast<double>(thumb.width) / marked.width);
+// The searches of `hgvtool search --all` over the open clip: its motion frames, in order.
+void searchMotion(ToolSession& tool, const ScanOptions& options, ClipScan& scan,
+                  ScanProgress* progress) {
+  SearchOptions search;
+  search.area = options.area;
+  search.sensitivity = options.sensitivity;
+  search.all = true;
+  search.threads = options.threads;
+  runSearches(
+      tool, search,
+      [&](const SearchRecord& record) {
+        if (record.outcome.ended == search::SearchOutcome::Ended::Error) scan.broke = true;
+        if (record.outcome.ended != search::SearchOutcome::Ended::Found) return;
+        scan.motion.push_back({record.frame, record.outcome.marked});
+      },
+      [&] {
+        if (progress) ++progress->frames;
+      });
+}
+
+// The peak frame of an event, decoded once more, with its marks, shrunk to a JPEG beside the
+// report; the marks are drawn again at that scale, since shrunk with the picture one-pixel
+// outlines would fade into it.
+std::string writeThumbnail(ToolSession& tool, const ClipScan& scan, const Event& event,
+                           const std::string& folder) {
+  const auto peak = std::find_if(scan.motion.begin(), scan.motion.end(),
+                                 [&](const MotionFrame& m) { return m.frame == event.peakFrame; });
+  clip::SeparateMJPG& clip = tool.session().SeparateMJPG;
+  clip::Frame frame;
+  clip::readFrameBytes(*tool.platform().files.openRead(scan.clip), clip.placeOf(event.peakFrame),
+                       frame.jpeg);
+  search::FrameDecoder().decode(frame, 0);
+  const toolkit::RgbImage picture = search::markedPicture(frame, {});
+  if (picture.empty() || peak == scan.motion.end()) return {};
+  toolkit::RgbImage thumb = shrink(picture, kThumbnailWidth);
+  search::drawMarks(thumb, peak->marked, static_cast<double>(thumb.width) / picture.width);
+  const std::string name = eventFileName(scan.clip, event.number, ".jpg");
   std::ostringstream quiet;
-  if (!writeFileAtomically(options.thumbnailFolder + "/" + name,
+  if (!writeFileAtomically(folder + "/" + name,
                            toolkit::encodeJpeg(thumb, 90, toolkit::ChromaSubsampling::k444),
                            quiet)) {
-    return {};
+    throw toolkit::RuntimeError::of(toolkit::ErrorNumber::DiskFull);
   }
   return name;
+}
+
+// The event's padded run as a clip of its own, through the exports the Save dialog uses.
+std::string exportEvent(ToolSession& tool, const ClipScan& scan, const Event& event,
+                        const ScanOptions& options) {
+  const clip::SeparateMJPG& clip = tool.session().SeparateMJPG;
+  const exporting::ExportRange run{event.clipFrom, event.clipTo - event.clipFrom + 1};
+  toolkit::FileSystem& files = tool.platform().files;
+  std::string name;
+  if (options.clips == EventClips::Hgv) {
+    name = eventFileName(scan.clip, event.number, ".hgv");
+    exporting::ExportHgvRun(clip, files, options.outFolder + "/" + name, run);
+  } else {
+    const bool mp4 = options.clips == EventClips::Mp4;
+    name = eventFileName(scan.clip, event.number, mp4 ? ".mp4" : ".wmv");
+    exporting::ExportVideoRun(clip, files, scan.clip, options.outFolder + "/" + name, run,
+                              clip.ClipWidth.value(), clip.ClipHeight.value(),
+                              mp4 ? toolkit::VideoFormat::Mp4 : toolkit::VideoFormat::Wmv);
+  }
+  return name;
+}
+
+// A thumbnail and a clip for each event; what cannot be written is said in the clip's boxes.
+void writeEventFiles(ToolSession& tool, ClipScan& scan, const ScanOptions& options) {
+  for (Event& event : scan.events) {
+    try {
+      event.thumbnail = writeThumbnail(tool, scan, event, options.outFolder);
+      if (options.clips != EventClips::None) event.exported = exportEvent(tool, scan, event, options);
+    } catch (const exporting::ExportFailure& e) {
+      scan.boxes.push_back(toolkit::MessageBoxRequest::critical(e.what()));
+    } catch (const toolkit::RuntimeError& e) {
+      scan.boxes.push_back(toolkit::MessageBoxRequest::critical(
+          "Event " + std::to_string(event.number) + ": Error " + std::to_string(e.number()) +
+          ": " + e.description()));
+    }
+  }
 }
 
 }  // namespace
@@ -106,6 +167,20 @@ std::vector<std::string> findClips(const std::vector<std::string>& paths) {
   return clips;
 }
 
+std::string eventFileName(const std::string& clip, int event, const std::string& extension) {
+  std::string stem;
+  for (char ch : std::filesystem::path(clip).stem().string()) {
+    const auto u = static_cast<unsigned char>(ch);
+    stem += (std::isalnum(u) || ch == '-' || ch == '_') ? ch : '_';
+  }
+  // FNV-1a over the whole path.
+  std::uint64_t hash = 1469598103934665603ull;
+  for (unsigned char ch : clip) hash = (hash ^ ch) * 1099511628211ull;
+  char tail[48];
+  std::snprintf(tail, sizeof tail, "-%08x-event%02d", static_cast<unsigned>(hash >> 32), event);
+  return stem.substr(0, 40) + tail + extension;
+}
+
 ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgress* progress) {
   ClipScan scan;
   scan.clip = path;
@@ -118,38 +193,20 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
   if (scan.opened) {
     scan.totalFrames = tool.session().OpenSaveFile.TotalFrames.value();
     if (progress) progress->totalFrames = scan.totalFrames;
-    SearchOptions search;
-    search.area = options.area;
-    search.sensitivity = options.sensitivity;
-    search.all = true;
-    search.threads = options.threads;
     try {
-      scan.secondsPerFrame = exporting::clipMicroSecPerFrame(tool.platform().files, path) / 1e6;
-      runSearches(
-          tool, search,
-          [&](const SearchRecord& record) {
-            if (record.outcome.ended == search::SearchOutcome::Ended::Error) scan.broke = true;
-            if (record.outcome.ended != search::SearchOutcome::Ended::Found) return;
-            ScanEvent event;
-            event.frame = record.frame;
-            event.seconds = record.frame * scan.secondsPerFrame;
-            event.marked = record.outcome.marked;
-            if (!options.thumbnailFolder.empty() && record.outcome.frame) {
-              event.thumbnail = writeThumbnail(
-                  options, event, search::markedPicture(*record.outcome.frame, event.marked));
-            }
-            scan.events.push_back(std::move(event));
-          },
-          [&] {
-            if (progress) ++progress->frames;
-          });
+      scan.microSecPerFrame = exporting::clipMicroSecPerFrame(tool.platform().files, path);
+      searchMotion(tool, options, scan, progress);
+      scan.events = groupEvents(scan.motion, options.rules, scan.frameSeconds(), scan.totalFrames);
+      if (!options.outFolder.empty()) writeEventFiles(tool, scan, options);
     } catch (const toolkit::RuntimeError& e) {
       scan.broke = true;
       errors.push_back(toolkit::MessageBoxRequest::critical("Error " + std::to_string(e.number()) +
                                                             ": " + e.description()));
     }
   }
+  std::vector<toolkit::MessageBoxRequest> events = std::move(scan.boxes);
   scan.boxes = tool.boxes();
+  scan.boxes.insert(scan.boxes.end(), events.begin(), events.end());
   scan.boxes.insert(scan.boxes.end(), errors.begin(), errors.end());
   if (progress) progress->done = true;
   return scan;

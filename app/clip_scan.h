@@ -1,37 +1,35 @@
 #pragma once
 
 // hgvtool scan: the activity of many clips. Each clip is searched forward from its first frame to
-// the end of its run, each search going on from the frame the last one found, on a session of
-// its own (as if the program had just started and opened that clip), so that a clip's events are
-// exactly those `hgvtool search --all` lists for it alone.
+// the end of its run, each search going on from the frame the last one found, on a session of its
+// own (as if the program had just started and opened that clip) and without scratch files, so
+// that a clip's motion frames are exactly those `hgvtool search --all` lists for it alone. The
+// motion frames are then grouped into events (app/scan_events.h), each with a thumbnail of its
+// peak frame and, when asked for, a clip of its own.
 
 #include <atomic>
-#include <functional>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "search/core/analyse_bmp.h"
+#include "app/scan_events.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/rect.h"
 
 namespace app {
 
+// The format of the events' own clips.
+enum class EventClips { None, Hgv, Wmv, Mp4 };
+
 struct ScanOptions {
   std::optional<toolkit::Rect> area;  // as hgvtool search --area
   std::string sensitivity;
   int threads = 1;  // decoding threads of each clip's search
-  // Where thumbnails of the marked pictures go; none when empty. `thumbnailPrefix` starts each
-  // file name, which goes on with the frame number.
-  std::string thumbnailFolder;
-  std::string thumbnailPrefix;
-};
-
-struct ScanEvent {
-  int frame = 0;  // from 0
-  double seconds = 0;
-  std::vector<search::CellPoint> marked;
-  std::string thumbnail;  // file name in the thumbnail folder; empty when none was written
+  EventRules rules;
+  // Where each event's thumbnail and clip go; none are written when empty.
+  std::string outFolder;
+  EventClips clips = EventClips::None;
 };
 
 struct ClipScan {
@@ -39,9 +37,13 @@ struct ClipScan {
   bool opened = false;
   bool broke = false;  // a search ended with an error before the end of the run
   int totalFrames = 0;
-  double secondsPerFrame = 0;
+  std::uint32_t microSecPerFrame = 0;  // as the main header gives it
   std::vector<toolkit::MessageBoxRequest> boxes;
-  std::vector<ScanEvent> events;
+  std::vector<MotionFrame> motion;
+  std::vector<Event> events;
+
+  double frameSeconds() const { return app::frameSeconds(microSecPerFrame); }
+  double durationSeconds() const { return totalFrames * frameSeconds(); }
 };
 
 // The clips among `paths`: a file as it is, a folder's ".hgv" files (any case) at any depth,
@@ -55,18 +57,15 @@ struct ScanProgress {
   std::atomic<bool> done{false};
 };
 
-// Scans one clip.
+// Scans one clip: its motion frames, its events, their thumbnails and clips.
 ClipScan scanClip(const std::string& path, const ScanOptions& options,
                   ScanProgress* progress = nullptr);
 
+// The file name of a clip's event file: the clip's name, a mark of its whole path (two clips of
+// one name in different folders stay apart) and the event's number.
+std::string eventFileName(const std::string& clip, int event, const std::string& extension);
+
 // The texts of the clip's message boxes on one line, " | " between them.
 std::string scanMessage(const ClipScan& scan);
-
-// The report: one JSON object per clip, as events.json lists them and --json prints them.
-std::string scanJson(const ClipScan& scan);
-// Writes index.html, events.csv and events.json into `folder`, each whole or not at all; the
-// thumbnails are already there. False, with the reason on `err`, when a file cannot be written.
-bool writeScanReport(const std::string& folder, const std::vector<ClipScan>& scans,
-                     std::ostream& err);
 
 }  // namespace app

@@ -21,7 +21,8 @@ constexpr const char* kUsage =
     "                      [--threads N]\n"
     "       hgvtool export CLIP --frame N (--jpg OUT | --hgv OUT | --wmv OUT) [--count K]\n"
     "       hgvtool scan CLIP_OR_FOLDER... [--area L,T,R,B] [--sensitivity TEXT] [--jobs N]\n"
-    "                    [--out DIR] [--json]\n"
+    "                    [--merge-gap D] [--min-event D] [--before D] [--after D]\n"
+    "                    [--out DIR [--clips hgv|wmv|mp4]] [--json]\n"
     "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
 
 }  // namespace

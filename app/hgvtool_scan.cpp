@@ -1,4 +1,4 @@
-// hgvtool scan: the activity list of many clips, clips side by side on the cores.
+// hgvtool scan: the events of many clips, clips side by side on the cores.
 
 #include <chrono>
 #include <condition_variable>
@@ -12,6 +12,7 @@
 #include "app/clip_scan.h"
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
+#include "app/scan_report.h"
 #include "search/driver/decode_ahead.h"
 
 namespace app {
@@ -19,7 +20,9 @@ namespace {
 
 constexpr const char* kUsage =
     "usage: hgvtool scan CLIP_OR_FOLDER... [--area L,T,R,B] [--sensitivity TEXT] [--jobs N]\n"
-    "                    [--out DIR] [--json]\n";
+    "                    [--merge-gap D] [--min-event D] [--before D] [--after D]\n"
+    "                    [--out DIR [--clips hgv|wmv|mp4]] [--json]\n"
+    "       D is seconds (2.5) or frames (5f)\n";
 
 struct ScanCommand {
   std::vector<std::string> paths;
@@ -29,60 +32,105 @@ struct ScanCommand {
   bool json = false;
 };
 
+bool parseDuration(const std::string& text, Duration& duration) {
+  const std::optional<Duration> parsed = Duration::parse(text);
+  if (parsed) duration = *parsed;
+  return parsed.has_value();
+}
+
+bool parseClips(const std::string& text, EventClips& clips) {
+  if (text == "hgv") {
+    clips = EventClips::Hgv;
+  } else if (text == "wmv") {
+    clips = EventClips::Wmv;
+  } else if (text == "mp4") {
+    clips = EventClips::Mp4;
+  } else {
+    return false;
+  }
+  return true;
+}
+
 bool parseScan(const Args& args, ScanCommand& c) {
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
     const bool hasValue = i + 1 < args.size();
+    const std::string value = hasValue ? args[i + 1] : std::string();
     long long n = 0;
+    EventRules& rules = c.scan.rules;
+    bool ok = true;
     if (a == "--json") {
       c.json = true;
-    } else if (a == "--jobs" && hasValue && parseInt(args[i + 1], n) && n >= 1 && n <= 256) {
-      c.jobs = static_cast<int>(n);
-      ++i;
-    } else if (a == "--area" && hasValue) {
-      toolkit::Rect area;
-      if (!parseArea(args[++i], area)) return false;
-      c.scan.area = area;
-    } else if (a == "--sensitivity" && hasValue) {
-      c.scan.sensitivity = args[++i];
-    } else if (a == "--out" && hasValue) {
-      c.out = args[++i];
-    } else if (a.rfind("--", 0) != 0) {
+      continue;
+    }
+    if (a.rfind("--", 0) != 0) {
       c.paths.push_back(a);
+      continue;
+    }
+    if (!hasValue) return false;
+    if (a == "--jobs") {
+      ok = parseInt(value, n) && n >= 1 && n <= 256;
+      c.jobs = static_cast<int>(n);
+    } else if (a == "--area") {
+      toolkit::Rect area;
+      ok = parseArea(value, area);
+      c.scan.area = area;
+    } else if (a == "--sensitivity") {
+      c.scan.sensitivity = value;
+    } else if (a == "--out") {
+      c.out = value;
+    } else if (a == "--merge-gap") {
+      ok = parseDuration(value, rules.mergeGap);
+    } else if (a == "--min-event") {
+      ok = parseDuration(value, rules.minEvent);
+    } else if (a == "--before") {
+      ok = parseDuration(value, rules.before);
+    } else if (a == "--after") {
+      ok = parseDuration(value, rules.after);
+    } else if (a == "--clips") {
+      ok = parseClips(value, c.scan.clips);
     } else {
       return false;
     }
+    if (!ok) return false;
+    ++i;
   }
-  return !c.paths.empty();
+  // Event clips go beside the report.
+  return !c.paths.empty() && (c.scan.clips == EventClips::None || !c.out.empty());
 }
 
-// Letters, digits, '-' and '_' of a clip's name: a thumbnail's name needs no escaping anywhere.
-std::string safeStem(const std::string& path) {
-  std::string stem;
-  for (char ch : std::filesystem::path(path).stem().string()) {
-    const auto u = static_cast<unsigned char>(ch);
-    stem += (std::isalnum(u) || ch == '-' || ch == '_') ? ch : '_';
+// One clip's scan; a clip that fails in any way the scan did not foresee (out of memory, say) is
+// reported as broken, and the others go on.
+ClipScan scanOneClip(const std::string& clip, const ScanOptions& options, ScanProgress& progress) {
+  try {
+    return scanClip(clip, options, &progress);
+  } catch (const std::exception& e) {
+    ClipScan scan;
+    scan.clip = clip;
+    scan.broke = true;
+    scan.boxes.push_back(toolkit::MessageBoxRequest::critical(e.what()));
+    progress.done = true;
+    return scan;
   }
-  return stem.substr(0, 40);
 }
 
-void printText(const ClipScan& scan, std::ostream& out) {
-  out << scan.clip << ": ";
-  if (!scan.opened) {
-    out << "not opened";
-  } else {
-    out << scan.totalFrames << " frames, " << scan.events.size()
-        << (scan.events.size() == 1 ? " event" : " events");
-    if (scan.broke) out << ", stopped by an error";
+bool makeFolder(const std::string& folder, std::ostream& err) {
+  std::error_code ec;
+  std::filesystem::create_directories(folder, ec);
+  if (ec || !std::filesystem::is_directory(folder)) {
+    err << "hgvtool: cannot make the folder \"" << folder << "\": " << ec.message() << "\n";
+    return false;
   }
-  if (!scan.boxes.empty()) out << "\n  " << scanMessage(scan);
-  out << "\n";
-  for (const ScanEvent& e : scan.events) {
-    char line[96];
-    std::snprintf(line, sizeof line, "  motion at frame %d (%.2f s), %zu %s\n", e.frame + 1,
-                  e.seconds, e.marked.size(), e.marked.size() == 1 ? "cell" : "cells");
-    out << line;
-  }
+  return true;
+}
+
+void printReportLine(const std::vector<ClipScan>& scans, const std::string& folder,
+                     std::ostream& out) {
+  std::size_t events = 0;
+  for (const ClipScan& scan : scans) events += scan.events.size();
+  out << scans.size() << (scans.size() == 1 ? " clip, " : " clips, ") << events
+      << (events == 1 ? " event" : " events") << ": "
+      << (std::filesystem::path(folder) / "index.html").string() << "\n";
 }
 
 // Clips done, frames per second and the time left, on a terminal.
@@ -136,44 +184,25 @@ class ScanProgressLine {
   std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
-}  // namespace
-
-int runScan(const Args& args, std::ostream& out, std::ostream& err) {
-  ScanCommand c;
-  if (!parseScan(args, c)) {
-    err << kUsage;
-    return 2;
-  }
-  const std::vector<std::string> clips = findClips(c.paths);
-  if (clips.empty()) {
-    err << "hgvtool: no .hgv clips found\n";
-    return 1;
-  }
-  if (!c.out.empty()) {
-    std::error_code ec;
-    std::filesystem::create_directories(c.out, ec);
-    if (ec || !std::filesystem::is_directory(c.out)) {
-      err << "hgvtool: cannot make the folder \"" << c.out << "\": " << ec.message() << "\n";
-      return 1;
-    }
-  }
+// The scans of `clips`, several side by side: each clip's result printed as soon as it and all
+// before it are done, in the clips' order whatever order they finish in.
+std::vector<ClipScan> scanAll(const std::vector<std::string>& clips, const ScanCommand& c,
+                              std::ostream& out, std::ostream& err) {
   // Clips side by side first; the cores left over decode ahead inside each clip's search.
   const int jobs = std::min<int>(c.jobs, static_cast<int>(clips.size()));
   const int threads = std::max(1, search::defaultDecodeThreads() / jobs);
-
   std::vector<ClipScan> scans(clips.size());
   std::vector<ScanProgress> progress(clips.size());
+  std::vector<bool> ready(clips.size(), false);
   std::mutex mutex;
   std::condition_variable changed;
   std::size_t next = 0, printed = 0, finished = 0;
-  std::vector<bool> ready(clips.size(), false);
   const auto printReady = [&] {
-    // In the clips' order, whatever order they finish in.
     for (; printed < clips.size() && ready[printed]; ++printed) {
       if (c.json) {
         out << scanJson(scans[printed]) << "\n";
-      } else if (c.out.empty()) {
-        printText(scans[printed], out);
+      } else {
+        printScanText(scans[printed], out);
       }
     }
     out << std::flush;
@@ -188,22 +217,8 @@ int runScan(const Args& args, std::ostream& out, std::ostream& err) {
       }
       ScanOptions options = c.scan;
       options.threads = threads;
-      if (!c.out.empty()) {
-        char number[16];
-        std::snprintf(number, sizeof number, "%03zu", i + 1);
-        options.thumbnailFolder = c.out;
-        options.thumbnailPrefix = std::string(number) + "-" + safeStem(clips[i]) + "-";
-      }
-      ClipScan scan;
-      try {
-        scan = scanClip(clips[i], options, &progress[i]);
-      } catch (const std::exception& e) {
-        // Out of memory or the like: this clip is lost, the others go on.
-        scan.clip = clips[i];
-        scan.broke = true;
-        scan.boxes.push_back(toolkit::MessageBoxRequest::critical(e.what()));
-        progress[i].done = true;
-      }
+      options.outFolder = c.out;
+      ClipScan scan = scanOneClip(clips[i], options, progress[i]);
       std::lock_guard lock(mutex);
       scans[i] = std::move(scan);
       ready[i] = true;
@@ -212,31 +227,46 @@ int runScan(const Args& args, std::ostream& out, std::ostream& err) {
       changed.notify_all();
     }
   };
+  ScanProgressLine line(err, clips, progress);
+  std::vector<std::thread> pool;
+  for (int k = 0; k < jobs; ++k) pool.emplace_back(work);
   {
-    ScanProgressLine line(err, clips, progress);
-    std::vector<std::thread> pool;
-    for (int k = 0; k < jobs; ++k) pool.emplace_back(work);
-    {
-      std::unique_lock lock(mutex);
-      while (finished < clips.size()) {
-        changed.wait_for(lock, std::chrono::milliseconds(250));
-        line.show();
-      }
+    std::unique_lock lock(mutex);
+    while (finished < clips.size()) {
+      changed.wait_for(lock, std::chrono::milliseconds(250));
+      line.show();
     }
-    for (std::thread& t : pool) t.join();
   }
+  for (std::thread& t : pool) t.join();
+  return scans;
+}
 
+}  // namespace
+
+int runScan(const Args& args, std::ostream& out, std::ostream& err) {
+  ScanCommand c;
+  if (!parseScan(args, c)) {
+    err << kUsage;
+    return 2;
+  }
+  const std::vector<std::string> clips = findClips(c.paths);
+  if (clips.empty()) {
+    err << "hgvtool: no .hgv clips found\n";
+    return 1;
+  }
+  if (!c.out.empty() && !makeFolder(c.out, err)) return 1;
+  const auto start = std::chrono::steady_clock::now();
+  const std::vector<ClipScan> scans = scanAll(clips, c, out, err);
+  ScanTotals totals;
+  totals.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   bool complete = true;
-  for (const ClipScan& scan : scans) complete = complete && scan.opened && !scan.broke;
+  for (const ClipScan& scan : scans) {
+    complete = complete && scan.opened && !scan.broke;
+    if (scan.opened) totals.frames += scan.totalFrames;
+  }
   if (!c.out.empty()) {
-    if (!writeScanReport(c.out, scans, err)) return 1;
-    if (!c.json) {
-      std::size_t events = 0;
-      for (const ClipScan& scan : scans) events += scan.events.size();
-      out << clips.size() << (clips.size() == 1 ? " clip, " : " clips, ") << events
-          << (events == 1 ? " event" : " events") << ": "
-          << (std::filesystem::path(c.out) / "index.html").string() << "\n";
-    }
+    if (!writeScanReport(c.out, scans, totals, err)) return 1;
+    if (!c.json) printReportLine(scans, c.out, out);
   }
   return complete ? 0 : 1;
 }

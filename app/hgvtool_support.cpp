@@ -9,6 +9,7 @@
 
 #include "app/hgvtool_commands.h"
 #include "review/open_clip.h"
+#include "search/core/frame_decoder.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
 
@@ -34,7 +35,17 @@ ToolSession::ToolSession(std::ostream& err)
 bool ToolSession::openClip(const std::string& path) {
   try {
     if (review::OpenClipFile(*m_session, path) != review::OpenResult::Extracted) return false;
-    toolkit::loadPicture(m_files, m_session->OpenSaveFile.CurrentFrameFile);
+    // Frame 0 must be a picture, as the window's LoadPicture takes it: a bitmap file or a JPEG.
+    // A JPEG is decoded into the frame's own value, where the first search finds it decoded.
+    clip::ScratchFiles& scratch = m_session->SeparateMJPG.scratch();
+    const std::span<const std::uint8_t> file = scratch.jpegFile();
+    if (file.size() >= 2 && file[0] == 'B' && file[1] == 'M') {
+      if (!toolkit::decodeBmp(file)) throw toolkit::RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
+      return true;
+    }
+    clip::Frame& frame = *m_session->SeparateMJPG.lastExtracted();
+    search::FrameDecoder().decodeAsScratch(frame, file, m_fields.SearchCellSize.value());
+    if (!frame.decoded()) throw toolkit::RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
     return true;
   } catch (const toolkit::RuntimeError& e) {
     m_sink.show(

@@ -1,11 +1,14 @@
 // The report of hgvtool scan: a page for people, a table for spreadsheets, JSON for scripts.
 
+#include "app/scan_report.h"
+
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <ostream>
 #include <string>
 
-#include "app/clip_scan.h"
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
 
@@ -77,100 +80,237 @@ std::string ended(const ClipScan& scan) {
   return scan.broke ? "error" : "end_of_run";
 }
 
-double duration(const ClipScan& scan) { return scan.totalFrames * scan.secondsPerFrame; }
-
 std::string fileName(const std::string& path) {
   const std::string name = std::filesystem::path(path).filename().string();
   return name.empty() ? path : name;
 }
 
-std::string csvReport(const std::vector<ClipScan>& scans) {
-  std::string out =
-      "clip,opened,ended,frames,duration_s,events,frame,time_s,marked_cells,thumbnail,message\r\n";
-  for (const ClipScan& scan : scans) {
-    const std::string head = csv(scan.clip) + "," + (scan.opened ? "true" : "false") + "," +
-                             ended(scan) + "," + std::to_string(scan.totalFrames) + "," +
-                             seconds(duration(scan)) + "," + std::to_string(scan.events.size()) +
-                             ",";
-    const std::string tail = "," + csv(scanMessage(scan)) + "\r\n";
-    if (scan.events.empty()) out += head + ",,," + tail;
-    for (const ScanEvent& e : scan.events) {
-      out += head + std::to_string(e.frame) + "," + seconds(e.seconds) + "," +
-             std::to_string(e.marked.size()) + "," + csv(e.thumbnail) + tail;
-    }
+std::string corners(const std::vector<search::CellPoint>& marked) {
+  std::string out = "[";
+  for (std::size_t k = 0; k < marked.size(); ++k) {
+    out += std::string(k ? ", " : "") + "[" + std::to_string(marked[k].X.value()) + ", " +
+           std::to_string(marked[k].Y.value()) + "]";
   }
-  return out;
+  return out + "]";
+}
+
+std::string nullable(const std::string& name) { return name.empty() ? "null" : jsonString(name); }
+
+std::string eventJson(const Event& e, double fd) {
+  return "{\"number\": " + std::to_string(e.number) +
+         ", \"start_frame\": " + std::to_string(e.startFrame) +
+         ", \"end_frame\": " + std::to_string(e.endFrame) +
+         ", \"start_s\": " + seconds(e.startSeconds(fd)) +
+         ", \"end_s\": " + seconds(e.endSeconds(fd)) +
+         ", \"duration_s\": " + seconds(e.durationSeconds(fd)) +
+         ", \"motion_frames\": " + std::to_string(e.motionFrames) +
+         ", \"peak_frame\": " + std::to_string(e.peakFrame) +
+         ", \"peak_cells\": " + std::to_string(e.peakCells) + ", \"box\": [" +
+         std::to_string(e.box[0]) + ", " + std::to_string(e.box[1]) + ", " +
+         std::to_string(e.box[2]) + ", " + std::to_string(e.box[3]) +
+         "], \"clip_from\": " + std::to_string(e.clipFrom) +
+         ", \"clip_to\": " + std::to_string(e.clipTo) + ", \"thumbnail\": " + nullable(e.thumbnail) +
+         ", \"exported\": " + nullable(e.exported) + "}";
 }
 
 constexpr const char* kStyle = R"(
-body { font: 14px/1.4 system-ui, sans-serif; margin: 24px; color: #1d2329; background: #f4f5f2; }
-h1 { font-size: 22px; margin: 0 0 4px; }
-p.summary { margin: 0 0 16px; color: #4a535c; }
-table { border-collapse: collapse; width: 100%; background: #fff; }
-th, td { text-align: left; vertical-align: top; padding: 8px 10px; border-bottom: 1px solid #d9dcd6; }
-th { background: #2f3b45; color: #fff; font-weight: 600; position: sticky; top: 0; }
-td.num { text-align: right; white-space: nowrap; font-variant-numeric: tabular-nums; }
-td.name { white-space: nowrap; font-weight: 600; }
-td.name span { display: block; font-weight: normal; color: #6a737c; font-size: 12px; }
-tr.refused td, tr.error td.note { color: #a3261b; }
-.note { font-size: 12px; max-width: 28em; }
-.events { display: flex; flex-wrap: wrap; gap: 8px; }
-figure { margin: 0; width: 164px; }
-figure img { width: 164px; display: block; border: 1px solid #b9beb5; background: #ddd; }
-figcaption { font-size: 12px; color: #39424a; font-variant-numeric: tabular-nums; }
-.none { color: #6a737c; }
+body { font: 14px/1.45 system-ui, sans-serif; margin: 24px auto; max-width: 1100px; padding: 0 16px;
+       color: #1d2329; background: #f4f5f2; }
+h1 { font-size: 24px; margin: 0 0 6px; }
+h2 { font-size: 17px; margin: 0; }
+h2 span { font-weight: normal; color: #6a737c; font-size: 12px; margin-left: 8px; }
+.summary { display: flex; flex-wrap: wrap; gap: 10px; margin: 12px 0 20px; }
+.summary div { background: #fff; border: 1px solid #d9dcd6; border-radius: 6px; padding: 8px 14px; }
+.summary b { display: block; font-size: 20px; font-variant-numeric: tabular-nums; }
+.summary span { color: #5a636c; font-size: 12px; }
+.problems { background: #fff4f1; border: 1px solid #e7b8ad; border-radius: 6px; padding: 8px 14px;
+            margin-bottom: 20px; color: #8a2416; }
+.problems li { margin: 4px 0; }
+.problems .path { color: #6a737c; font-size: 12px; }
+section.clip { background: #fff; border: 1px solid #d9dcd6; border-radius: 6px; padding: 12px 16px;
+               margin-bottom: 16px; }
+.meta { color: #5a636c; margin: 2px 0 8px; font-variant-numeric: tabular-nums; }
+svg.strip { width: 100%; height: 36px; display: block; background: #eef0ec; border-radius: 3px; }
+svg.strip .event { fill: #f2c14e; opacity: 0.45; }
+svg.strip .cells { fill: #2f6f9f; }
+.axis { display: flex; justify-content: space-between; color: #6a737c; font-size: 11px;
+        margin: 2px 0 10px; font-variant-numeric: tabular-nums; }
+.events { display: flex; flex-wrap: wrap; gap: 12px; }
+figure { margin: 0; width: 220px; }
+figure img { width: 220px; display: block; border: 1px solid #b9beb5; background: #ddd; }
+figcaption { font-size: 12px; color: #39424a; font-variant-numeric: tabular-nums; margin-top: 3px; }
+figcaption b { font-size: 13px; color: #1d2329; }
+.none { color: #6a737c; font-style: italic; }
+.note { color: #6a737c; font-size: 12px; }
 )";
 
-std::string htmlReport(const std::vector<ClipScan>& scans) {
-  std::size_t events = 0, refused = 0;
-  for (const ClipScan& scan : scans) {
-    events += scan.events.size();
-    if (!scan.opened) ++refused;
+// Marked cells per frame as bars, the events shaded behind them; one unit per frame across, no
+// script needed to read it.
+std::string activityStrip(const ClipScan& scan) {
+  const int total = std::max(scan.totalFrames, 1);
+  std::size_t most = 1;
+  for (const MotionFrame& m : scan.motion) most = std::max(most, m.marked.size());
+  std::string out = "<svg class=\"strip\" viewBox=\"0 0 " + std::to_string(total) +
+                    " 36\" preserveAspectRatio=\"none\" role=\"img\" aria-label=\"activity\">";
+  for (const Event& e : scan.events) {
+    out += "<rect class=\"event\" x=\"" + std::to_string(e.startFrame) + "\" y=\"0\" width=\"" +
+           std::to_string(e.endFrame - e.startFrame + 1) + "\" height=\"36\"/>";
   }
+  std::string path;
+  for (const MotionFrame& m : scan.motion) {
+    const double height = std::max(2.0, 34.0 * static_cast<double>(m.marked.size()) / most);
+    char bar[96];
+    std::snprintf(bar, sizeof bar, "M%d 36v-%.1fh1v%.1fz", m.frame, height, height);
+    path += bar;
+  }
+  if (!path.empty()) out += "<path class=\"cells\" d=\"" + path + "\"/>";
+  return out + "</svg>";
+}
+
+std::string eventCard(const ClipScan& scan, const Event& e) {
+  const double fd = scan.frameSeconds();
+  std::string out = "<figure>";
+  const std::string target = !e.exported.empty() ? e.exported : e.thumbnail;
+  if (!e.thumbnail.empty()) {
+    out += "<a href=\"" + html(target) + "\"><img src=\"" + html(e.thumbnail) + "\" alt=\"event " +
+           std::to_string(e.number) + "\" loading=\"lazy\"></a>";
+  }
+  char duration[32];
+  std::snprintf(duration, sizeof duration, "%.1f s", e.durationSeconds(fd));
+  out += "<figcaption><b>Event " + std::to_string(e.number) + "</b> " + clock(e.startSeconds(fd)) +
+         "&ndash;" + clock(e.endSeconds(fd)) + " &middot; " + duration + "<br>" +
+         std::to_string(e.motionFrames) + (e.motionFrames == 1 ? " motion frame" : " motion frames") +
+         ", frames " + std::to_string(e.startFrame + 1) + "&ndash;" +
+         std::to_string(e.endFrame + 1);
+  if (!e.exported.empty()) out += " &middot; <a href=\"" + html(e.exported) + "\">clip</a>";
+  return out + "</figcaption></figure>";
+}
+
+std::string clipSection(const ClipScan& scan) {
+  std::string out = "<section class=\"clip\"><h2>" + html(fileName(scan.clip)) + "<span>" +
+                    html(scan.clip) + "</span></h2>";
+  char rate[32];
+  std::snprintf(rate, sizeof rate, "%.4g frames/s", 1.0 / scan.frameSeconds());
+  out += "<p class=\"meta\">" + std::to_string(scan.totalFrames) + " frames &middot; " +
+         clock(scan.durationSeconds()) + " &middot; " + rate + " &middot; " +
+         std::to_string(scan.events.size()) + (scan.events.size() == 1 ? " event" : " events") +
+         "</p>";
+  out += activityStrip(scan);
+  out += "<div class=\"axis\"><span>0:00.00</span><span>" + clock(scan.durationSeconds()) +
+         "</span></div>";
+  if (scan.events.empty()) {
+    out += "<p class=\"none\">Nothing moved in the area.</p>";
+  } else {
+    out += "<div class=\"events\">";
+    for (const Event& e : scan.events) out += eventCard(scan, e);
+    out += "</div>";
+  }
+  return out + "</section>\n";
+}
+
+std::string summaryBox(const std::string& value, const std::string& label) {
+  return "<div><b>" + value + "</b><span>" + label + "</span></div>";
+}
+
+}  // namespace
+
+std::string scanHtml(const std::vector<ClipScan>& scans, const ScanTotals& totals) {
+  double footage = 0, active = 0;
+  std::size_t events = 0;
+  std::vector<const ClipScan*> problems;
+  for (const ClipScan& scan : scans) {
+    footage += scan.durationSeconds();
+    events += scan.events.size();
+    for (const Event& e : scan.events) active += e.durationSeconds(scan.frameSeconds());
+    if (!scan.opened || scan.broke || !scan.boxes.empty()) problems.push_back(&scan);
+  }
+  char share[32], fps[32], took[32];
+  std::snprintf(share, sizeof share, "%.1f %%", footage > 0 ? 100 * active / footage : 0.0);
+  std::snprintf(fps, sizeof fps, "%.0f", totals.seconds > 0 ? totals.frames / totals.seconds : 0.0);
+  std::snprintf(took, sizeof took, "%.1f s", totals.seconds);
   std::string out =
       "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
       "<title>Harrowglen activity</title>\n<style>";
   out += kStyle;
-  out += "</style>\n</head>\n<body>\n<h1>Activity</h1>\n<p class=\"summary\">" +
-         std::to_string(scans.size()) + (scans.size() == 1 ? " clip, " : " clips, ") +
-         std::to_string(events) + (events == 1 ? " event" : " events");
-  if (refused > 0) out += ", " + std::to_string(refused) + " not opened";
-  out +=
-      ". Frames are numbered as the window shows them, from 1; times are from the start of the "
-      "clip.</p>\n<table>\n<thead><tr><th>Clip</th><th>Frames</th><th>Duration</th>"
-      "<th>Events</th><th>Where something moved</th></tr></thead>\n<tbody>\n";
-  for (const ClipScan& scan : scans) {
-    const std::string kind = scan.opened ? (scan.broke ? "error" : "ok") : "refused";
-    out += "<tr class=\"" + kind + "\"><td class=\"name\">" + html(fileName(scan.clip)) + "<span>" +
-           html(scan.clip) + "</span></td>";
-    out += "<td class=\"num\">" + std::to_string(scan.totalFrames) + "</td><td class=\"num\">" +
-           (scan.opened ? clock(duration(scan)) : "") + "</td><td class=\"num\">" +
-           std::to_string(scan.events.size()) + "</td><td>";
-    const std::string note = scanMessage(scan);
-    if (!note.empty()) out += "<p class=\"note\">" + html(note) + "</p>";
-    if (scan.events.empty()) {
-      out += scan.opened ? "<span class=\"none\">nothing moved in the area</span>" : "";
-    } else {
-      out += "<div class=\"events\">";
-      for (const ScanEvent& e : scan.events) {
-        const std::string label = "frame " + std::to_string(e.frame + 1) + " &middot; " +
-                                  clock(e.seconds) + " &middot; " +
-                                  std::to_string(e.marked.size()) +
-                                  (e.marked.size() == 1 ? " cell" : " cells");
-        out += "<figure>";
-        if (!e.thumbnail.empty()) {
-          out += "<a href=\"" + html(e.thumbnail) + "\"><img src=\"" + html(e.thumbnail) +
-                 "\" alt=\"frame " + std::to_string(e.frame + 1) + "\" loading=\"lazy\"></a>";
-        }
-        out += "<figcaption>" + label + "</figcaption></figure>";
-      }
-      out += "</div>";
+  out += "</style>\n</head>\n<body>\n<h1>Activity</h1>\n<div class=\"summary\">";
+  out += summaryBox(std::to_string(scans.size()), scans.size() == 1 ? "clip" : "clips");
+  out += summaryBox(clock(footage), "of footage");
+  out += summaryBox(std::to_string(events), events == 1 ? "event" : "events");
+  out += summaryBox(clock(active), std::string("with activity, ") + share);
+  out += summaryBox(took, std::string("to scan, ") + fps + " frames/s");
+  out += "</div>\n";
+  if (!problems.empty()) {
+    out += "<div class=\"problems\"><b>Clips with something to say</b><ul>";
+    for (const ClipScan* scan : problems) {
+      const char* what = !scan->opened ? "not opened" : scan->broke ? "stopped by an error" : "";
+      out += "<li><b>" + html(fileName(scan->clip)) + "</b> <span class=\"path\">" +
+             html(scan->clip) + "</span> " + what +
+             (scanMessage(*scan).empty() ? "" : ": " + html(scanMessage(*scan))) + "</li>";
     }
-    out += "</td></tr>\n";
+    out += "</ul></div>\n";
   }
-  out += "</tbody>\n</table>\n</body>\n</html>\n";
+  for (const ClipScan& scan : scans) {
+    if (scan.opened) out += clipSection(scan);
+  }
+  out +=
+      "<p class=\"note\">Times are from the start of each clip; frames are numbered as the window "
+      "shows them, from 1. An event runs from its first to its last frame with motion in the "
+      "search area.</p>\n</body>\n</html>\n";
   return out;
 }
+
+std::string scanCsv(const std::vector<ClipScan>& scans) {
+  std::string out =
+      "clip,event,start,end,duration_s,start_frame,end_frame,start_s,end_s,motion_frames,"
+      "peak_frame,peak_cells,box,thumbnail,exported\r\n";
+  for (const ClipScan& scan : scans) {
+    const double fd = scan.frameSeconds();
+    for (const Event& e : scan.events) {
+      out += csv(scan.clip) + "," + std::to_string(e.number) + "," + clockTime(e.startSeconds(fd)) +
+             "," + clockTime(e.endSeconds(fd)) + "," + seconds(e.durationSeconds(fd)) + "," +
+             std::to_string(e.startFrame) + "," + std::to_string(e.endFrame) + "," +
+             seconds(e.startSeconds(fd)) + "," + seconds(e.endSeconds(fd)) + "," +
+             std::to_string(e.motionFrames) + "," + std::to_string(e.peakFrame) + "," +
+             std::to_string(e.peakCells) + "," + std::to_string(e.box[0]) + " " +
+             std::to_string(e.box[1]) + " " + std::to_string(e.box[2]) + " " +
+             std::to_string(e.box[3]) + "," + csv(e.thumbnail) + "," + csv(e.exported) + "\r\n";
+    }
+  }
+  return out;
+}
+
+std::string clockTime(double s) {
+  const long long ms = std::llround(s * 1000);
+  char text[40];
+  std::snprintf(text, sizeof text, "%02lld:%02lld:%02lld.%03lld", ms / 3600000, ms / 60000 % 60,
+                ms / 1000 % 60, ms % 1000);
+  return text;
+}
+
+void printScanText(const ClipScan& scan, std::ostream& out) {
+  out << scan.clip << ": ";
+  if (!scan.opened) {
+    out << "not opened";
+  } else {
+    out << scan.totalFrames << " frames, " << scan.events.size()
+        << (scan.events.size() == 1 ? " event" : " events");
+    if (scan.broke) out << ", stopped by an error";
+  }
+  if (!scan.boxes.empty()) out << "\n  " << scanMessage(scan);
+  out << "\n";
+  if (scan.events.empty()) return;
+  out << "  event  start         end           duration\n";
+  const double fd = scan.frameSeconds();
+  for (const Event& e : scan.events) {
+    char line[128];
+    std::snprintf(line, sizeof line, "  %5d  %s  %s  %7.2f s\n", e.number,
+                  clockTime(e.startSeconds(fd)).c_str(), clockTime(e.endSeconds(fd)).c_str(),
+                  e.durationSeconds(fd));
+    out << line;
+  }
+}
+
+namespace {
 
 bool write(const std::string& path, const std::string& text, std::ostream& err) {
   return writeFileAtomically(path, {text.begin(), text.end()}, err);
@@ -193,34 +333,35 @@ std::string scanMessage(const ClipScan& scan) {
 }
 
 std::string scanJson(const ClipScan& scan) {
+  const double fd = scan.frameSeconds();
   std::string out = "{\"clip\": " + jsonString(scan.clip) +
                     ", \"opened\": " + (scan.opened ? "true" : "false") + ", \"ended\": \"" +
                     ended(scan) + "\", \"TotalFrames\": " + std::to_string(scan.totalFrames) +
-                    ", \"duration_s\": " + seconds(duration(scan)) +
-                    ", \"boxes\": " + boxesJson(scan.boxes) + ", \"events\": [";
+                    ", \"frame_rate\": " + seconds(1.0 / fd) +
+                    ", \"duration_s\": " + seconds(scan.durationSeconds()) +
+                    ", \"boxes\": " + boxesJson(scan.boxes) + ", \"motion\": [";
+  for (std::size_t i = 0; i < scan.motion.size(); ++i) {
+    const MotionFrame& m = scan.motion[i];
+    out += std::string(i ? ", " : "") + "{\"frame\": " + std::to_string(m.frame) +
+           ", \"time_s\": " + seconds(m.frame * fd) + ", \"marked\": " + corners(m.marked) + "}";
+  }
+  out += "], \"events\": [";
   for (std::size_t i = 0; i < scan.events.size(); ++i) {
-    const ScanEvent& e = scan.events[i];
-    out += std::string(i ? ", " : "") + "{\"frame\": " + std::to_string(e.frame) +
-           ", \"time_s\": " + seconds(e.seconds) + ", \"marked\": [";
-    for (std::size_t k = 0; k < e.marked.size(); ++k) {
-      out += std::string(k ? ", " : "") + "[" + std::to_string(e.marked[k].X.value()) + ", " +
-             std::to_string(e.marked[k].Y.value()) + "]";
-    }
-    out += "], \"thumbnail\": " + (e.thumbnail.empty() ? "null" : jsonString(e.thumbnail)) + "}";
+    out += std::string(i ? ", " : "") + eventJson(scan.events[i], fd);
   }
   return out + "]}";
 }
 
 bool writeScanReport(const std::string& folder, const std::vector<ClipScan>& scans,
-                     std::ostream& err) {
+                     const ScanTotals& totals, std::ostream& err) {
   std::string json = "[\n";
   for (std::size_t i = 0; i < scans.size(); ++i) {
     json += scanJson(scans[i]) + (i + 1 < scans.size() ? ",\n" : "\n");
   }
   json += "]\n";
   return write(folder + "/events.json", json, err) &&
-         write(folder + "/events.csv", csvReport(scans), err) &&
-         write(folder + "/index.html", htmlReport(scans), err);
+         write(folder + "/events.csv", scanCsv(scans), err) &&
+         write(folder + "/index.html", scanHtml(scans, totals), err);
 }
 
 }  // namespace app

@@ -9,7 +9,7 @@
 #include "toolkit/core/image.h"
 #include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
-#include "toolkit/writers/wmv_writer.h"
+#include "toolkit/writers/video_writer.h"
 
 namespace exporting {
 namespace {
@@ -116,6 +116,11 @@ void CopyCurrentJpg(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
 void ExportHgvClip(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
                    const std::string& destination, std::int32_t length) {
   const ExportRange range = exportRange(clip, length);
+  ExportHgvRun(clip, files, destination, range);
+}
+
+void ExportHgvRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
+                  const std::string& destination, const ExportRange& range) {
   writeReplacing(files, destination, clip.ClipPath, [&](toolkit::WritableFile& out) {
     clip::ClipLayout layout;
     layout.width = clip.ClipWidth.value();
@@ -134,18 +139,29 @@ int TOWMV(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::strin
           const std::string& target, int rate, std::int32_t first, std::int32_t count,
           std::int32_t width, std::int32_t height) {
   (void)rate;
+  ExportVideoRun(clip, files, source, target, {first, count}, width, height,
+                 toolkit::VideoFormat::Wmv);
+  return 0;
+}
+
+void ExportVideoRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
+                    const std::string& source, const std::string& target,
+                    const ExportRange& range, std::int32_t width, std::int32_t height,
+                    toolkit::VideoFormat format) {
+  const std::int32_t first = range.first, count = range.count;
   if (static_cast<std::int64_t>(width) * height > toolkit::kMaxPicturePixels || width < 2 ||
       height < 2) {
     throw ExportFailure(failureText(target, "The clip's picture size cannot be made a video."));
   }
   writeReplacing(files, target, source, [&](toolkit::WritableFile& out) {
     toolkit::VideoSpec video;
+    video.format = format;
     video.width = width;
     video.height = height;
     video.frameDurationNum = clipMicroSecPerFrame(files, source);
     video.frameDurationDen = 1000000;
     auto input = files.openRead(source);
-    toolkit::WmvWriter writer(out, video);
+    toolkit::VideoWriter writer(out, video);
     for (std::int32_t i = 0; i < count; ++i) {
       const auto picture = toolkit::decodeJpeg(readFrame(clip, *input, first + i));
       if (!picture) {
@@ -159,7 +175,6 @@ int TOWMV(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::strin
     }
     writer.finish();
   });
-  return 0;
 }
 
 }  // namespace exporting

@@ -12,6 +12,7 @@
 
 #include "clip/separate_mjpg.h"
 #include "toolkit/core/file_system.h"
+#include "toolkit/writers/video_writer.h"
 
 namespace exporting {
 
@@ -37,12 +38,23 @@ void CopyCurrentJpg(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
 void ExportHgvClip(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
                    const std::string& destination, std::int32_t length);
 
+// The frames of `range` as a clip of the same format, picture size and frame rate.
+void ExportHgvRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
+                  const std::string& destination, const ExportRange& range);
+
 // The frames [first, first + count) of the open clip `source` as a WMV video of the clip's
 // picture size and frame rate. `rate` is the value the old call took beside them; the video's
 // timing comes from the clip.
 int TOWMV(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::string& source,
           const std::string& target, int rate, std::int32_t first, std::int32_t count,
           std::int32_t width, std::int32_t height);
+
+// The frames of `range` of the open clip `source` as a video of `format`, of the clip's picture
+// size (rounded down to even) and frame rate.
+void ExportVideoRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
+                    const std::string& source, const std::string& target,
+                    const ExportRange& range, std::int32_t width, std::int32_t height,
+                    toolkit::VideoFormat format);
 
 // The clip's seconds per frame, from its main header: dwMicroSecPerFrame, or a tenth of a second
 // where that is 0.

@@ -1,17 +1,22 @@
-// hgvtool scan: every clip of a folder accounted for, each clip's events exactly those of
-// hgvtool search --all on it alone, and a report a browser opens from the disk.
+// hgvtool scan: every clip of a folder accounted for, each clip's motion frames exactly those of
+// hgvtool search --all on it alone, grouped into events by the rules, each event with a thumbnail
+// and its own clip, and a report a browser opens from the disk.
 
 #include <filesystem>
 #include <regex>
 #include <sstream>
 
 #include "app/hgvtool_commands.h"
+#include "app/json_value.h"
+#include "app/scan_events.h"
 #include "clip/clip_writer.h"
+#include "tests/support/media_facts.h"
 #include "tests/support/window_fixture.h"
 #include "toolkit/core/image.h"
 
 namespace {
 
+using app::JsonValue;
 using testing_support::readBytes;
 using testing_support::Square;
 
@@ -32,6 +37,40 @@ std::string text(const std::string& path) {
   return {bytes.begin(), bytes.end()};
 }
 
+JsonValue json(const std::string& text) {
+  const auto value = JsonValue::parse(text);
+  EXPECT_TRUE(value.has_value()) << text;
+  return value.value_or(JsonValue());
+}
+
+// The motion frames of an object of events.json as "frame [corners]", as search --all prints.
+std::vector<std::string> motionOf(const JsonValue& object) {
+  std::vector<std::string> out;
+  for (const JsonValue& m : object["motion"].array()) {
+    std::string corners;
+    for (const JsonValue& p : m["marked"].array()) {
+      corners += (corners.empty() ? "" : ", ") + std::string("[") +
+                 std::to_string(p.array()[0].integer()) + ", " +
+                 std::to_string(p.array()[1].integer()) + "]";
+    }
+    out.push_back(std::to_string(m["frame"].integer()) + " [" + corners + "]");
+  }
+  return out;
+}
+
+std::vector<app::MotionFrame> motionFrames(const JsonValue& object) {
+  std::vector<app::MotionFrame> out;
+  for (const JsonValue& m : object["motion"].array()) {
+    app::MotionFrame frame{static_cast<int>(m["frame"].integer()), {}};
+    for (const JsonValue& p : m["marked"].array()) {
+      frame.marked.push_back({static_cast<std::int32_t>(p.array()[0].integer()),
+                              static_cast<std::int32_t>(p.array()[1].integer())});
+    }
+    out.push_back(frame);
+  }
+  return out;
+}
+
 class HgvtoolScanTest : public testing_support::WindowFixture {
  protected:
   template <typename Run>
@@ -41,7 +80,7 @@ class HgvtoolScanTest : public testing_support::WindowFixture {
     return {status, out.str(), err.str()};
   }
 
-  // What hgvtool search --all finds in a clip: "frame, marked" of each result.
+  // What hgvtool search --all finds in a clip: "frame marked" of each result.
   std::vector<std::string> searchAll(const std::string& clip) {
     const ToolRun r = run(app::runSearch, {clip, "--all", "--json"});
     std::vector<std::string> found;
@@ -50,18 +89,6 @@ class HgvtoolScanTest : public testing_support::WindowFixture {
     for (const std::string& line : lines(r.out)) {
       std::smatch m;
       if (std::regex_search(line, m, result)) found.push_back(m[1].str() + " " + m[2].str());
-    }
-    return found;
-  }
-
-  // The same of one object of events.json.
-  static std::vector<std::string> events(const std::string& object) {
-    std::vector<std::string> found;
-    const std::regex event(
-        R"re(\{"frame": (\d+), "time_s": [0-9.]+, "marked": (\[[^a-z]*\]), "thumbnail")re");
-    for (auto it = std::sregex_iterator(object.begin(), object.end(), event);
-         it != std::sregex_iterator(); ++it) {
-      found.push_back((*it)[1].str() + " " + (*it)[2].str());
     }
     return found;
   }
@@ -102,102 +129,169 @@ class HgvtoolScanTest : public testing_support::WindowFixture {
   toolkit::PosixFileSystem m_files;
 };
 
-TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipAsSearchAllScansEachAlone) {
+// The grouping of a scan with two frames of merge gap and a one-frame minimum, which the clips
+// of card() are made to show: a's square comes (3) and goes (7) and b's come and go four times.
+const app::Args kRules = {"--merge-gap", "2f", "--min-event", "1f", "--before", "1f",
+                          "--after", "2f"};
+
+TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAllFinds) {
   const std::string folder = card();
   const std::string out = file("report");
-  const ToolRun scan = run(app::runScan, {folder, "--out", out, "--jobs", "3"});
+  app::Args args = {folder, "--out", out, "--jobs", "3", "--clips", "hgv"};
+  args.insert(args.end(), kRules.begin(), kRules.end());
+  const ToolRun scan = run(app::runScan, args);
   EXPECT_EQ(scan.status, 1) << "a clip was refused";
-  EXPECT_EQ(scan.out.rfind("5 clips, ", 0), 0u) << scan.out;
-  EXPECT_NE(scan.out.find(" events: " + out + "/index.html\n"), std::string::npos) << scan.out;
+  EXPECT_NE(scan.out.find("\n5 clips, "), std::string::npos) << scan.out;
+  EXPECT_NE(scan.out.find(" events: " + out + "/index.html\n"), std::string::npos);
+  EXPECT_NE(scan.out.find("  event  start         end           duration\n"), std::string::npos);
 
   const std::vector<std::string> clips = {folder + "/100/b.hgv", folder + "/a.HGV",
                                           folder + "/b-cut.HGV", folder + "/c-broken.HGV",
                                           folder + "/d-one.HGV"};
-  const std::vector<std::string> objects = lines(text(out + "/events.json"));
-  ASSERT_EQ(objects.size(), clips.size() + 2) << "[, one line per clip, ]";
-  EXPECT_EQ(objects.front(), "[");
-  EXPECT_EQ(objects.back(), "]");
+  const JsonValue report = json(text(out + "/events.json"));
+  ASSERT_EQ(report.array().size(), clips.size());
+  app::EventRules rules;
+  rules.mergeGap = {0, 2};
+  rules.minEvent = {0, 1};
+  rules.before = {0, 1};
+  rules.after = {0, 2};
+  std::size_t eventCount = 0;
   for (std::size_t i = 0; i < clips.size(); ++i) {
-    const std::string& object = objects[i + 1];
-    EXPECT_EQ(object.rfind("{\"clip\": \"" + clips[i] + "\", \"opened\": ", 0), 0u) << object;
+    const JsonValue& object = report.array()[i];
+    SCOPED_TRACE(clips[i]);
+    EXPECT_EQ(object["clip"].string(), clips[i]);
+    if (!object["opened"].boolean()) continue;
+    EXPECT_EQ(object["ended"].string(), "end_of_run");
+    EXPECT_EQ(object["frame_rate"].number(), 10);
+    EXPECT_EQ(motionOf(object), searchAll(clips[i])) << "the motion frames of search --all";
+    const auto want = app::groupEvents(motionFrames(object), rules, 0.1,
+                                       static_cast<int>(object["TotalFrames"].integer()));
+    ASSERT_EQ(object["events"].array().size(), want.size());
+    for (std::size_t k = 0; k < want.size(); ++k) {
+      const JsonValue& e = object["events"].array()[k];
+      EXPECT_EQ(e["number"].integer(), want[k].number);
+      EXPECT_EQ(e["start_frame"].integer(), want[k].startFrame);
+      EXPECT_EQ(e["end_frame"].integer(), want[k].endFrame);
+      EXPECT_EQ(e["peak_frame"].integer(), want[k].peakFrame);
+      EXPECT_EQ(e["clip_from"].integer(), want[k].clipFrom);
+      EXPECT_EQ(e["clip_to"].integer(), want[k].clipTo);
+      EXPECT_DOUBLE_EQ(e["start_s"].number(), want[k].startFrame * 0.1);
+      ++eventCount;
+    }
+  }
+  const JsonValue& a = report.array()[1];
+  ASSERT_EQ(a["events"].array().size(), 2u) << "the square comes, then goes";
+  EXPECT_EQ(report.array()[2]["TotalFrames"].integer(), 7) << "the cut-off recording's whole frames";
+  EXPECT_FALSE(report.array()[3]["opened"].boolean());
+  EXPECT_EQ(report.array()[3]["ended"].string(), "refused");
+  EXPECT_FALSE(report.array()[3]["boxes"].array().empty()) << "with its message";
+  EXPECT_TRUE(report.array()[4]["events"].array().empty()) << "one frame: nothing to compare";
+
+  // Each event: a thumbnail of its peak frame with the marks in blue, and its padded run as a
+  // clip of its own, byte for byte the source's frames at the source's rate.
+  const testing_support::ClipFacts source = testing_support::readClip(clips[1], file("read"));
+  for (const JsonValue& e : a["events"].array()) {
+    const auto picture = toolkit::decodeJpeg(readBytes(out + "/" + e["thumbnail"].string()));
+    ASSERT_TRUE(picture.has_value());
+    EXPECT_EQ(picture->width, 320);
+    std::size_t blue = 0;
+    for (std::size_t p = 0; p < picture->pixels.size(); p += 3) {
+      const int r = picture->pixels[p], g = picture->pixels[p + 1], b = picture->pixels[p + 2];
+      blue += b > r + 100 && b > g + 100;
+    }
+    EXPECT_GT(blue, 8u);
+    const testing_support::ClipFacts cut =
+        testing_support::readClip(out + "/" + e["exported"].string(), file("read"));
+    const auto from = static_cast<std::size_t>(e["clip_from"].integer());
+    const auto to = static_cast<std::size_t>(e["clip_to"].integer());
+    ASSERT_EQ(cut.frames.size(), to - from + 1);
+    for (std::size_t k = 0; k < cut.frames.size(); ++k) {
+      EXPECT_TRUE(cut.frames[k] == source.frames[from + k]) << "frame " << from + k;
+    }
+    EXPECT_EQ(cut.microSecPerFrame, source.microSecPerFrame);
+    EXPECT_NE(e["exported"].string().find("a-"), std::string::npos) << "named after the clip";
   }
 
-  // Each clip that opens: the events of hgvtool search --all, with a thumbnail each.
-  for (const std::size_t i : {0u, 1u, 2u}) {
-    const std::string& object = objects[i + 1];
-    EXPECT_NE(object.find("\"opened\": true, \"ended\": \"end_of_run\""), std::string::npos);
-    const auto found = events(object);
-    EXPECT_FALSE(found.empty()) << clips[i];
-    EXPECT_EQ(found, searchAll(clips[i])) << clips[i];
+  // Nothing of the clips without events but their rows; no half-written file.
+  for (const auto& entry : std::filesystem::directory_iterator(out)) {
+    const std::string name = entry.path().filename().string();
+    EXPECT_NE(entry.path().extension(), ".part") << name;
+    EXPECT_NE(name.rfind("d-one", 0), 0u) << name;
+    EXPECT_NE(name.rfind("c-broken", 0), 0u) << name;
   }
-  EXPECT_NE(objects[3].find("\"TotalFrames\": 7, \"duration_s\": 0.7, \"boxes\": []"),
-            std::string::npos)
-      << "the cut-off recording opens with its whole frames: " << objects[3];
-  EXPECT_NE(objects[4].find("\"opened\": false, \"ended\": \"refused\", \"TotalFrames\": 0"),
-            std::string::npos)
-      << objects[4];
-  EXPECT_NE(objects[4].find("\"boxes\": [{\"text\": "), std::string::npos) << "with its message";
-  EXPECT_NE(objects[5].find("\"opened\": true, \"ended\": \"end_of_run\", \"TotalFrames\": 1, "
-                            "\"duration_s\": 0.1, \"boxes\": [], \"events\": []}"),
-            std::string::npos)
-      << objects[5];
 
-  // A thumbnail: the marked picture, small, with its marks in blue.
-  const std::regex thumbnail(R"re("thumbnail": "([^"]+)")re");
-  std::smatch m;
-  ASSERT_TRUE(std::regex_search(objects[2], m, thumbnail));
-  EXPECT_EQ(m[1].str().rfind("002-a-0000", 0), 0u) << m[1];
-  const auto picture = toolkit::decodeJpeg(readBytes(out + "/" + m[1].str()));
-  ASSERT_TRUE(picture.has_value());
-  EXPECT_EQ(picture->width, 320);
-  std::size_t blue = 0;
-  for (std::size_t p = 0; p < picture->pixels.size(); p += 3) {
-    const int r = picture->pixels[p], g = picture->pixels[p + 1], b = picture->pixels[p + 2];
-    blue += b > r + 100 && b > g + 100;
-  }
-  EXPECT_GT(blue, 8u);
-
-  // The page and the table name every clip; the page loads nothing from elsewhere.
+  // The table has a row per event; the page names every clip and loads nothing from elsewhere.
+  const auto rows = lines(text(out + "/events.csv"));
+  ASSERT_EQ(rows.size(), eventCount + 1);
+  EXPECT_EQ(rows[0].rfind("clip,event,start,end,duration_s,start_frame,end_frame,", 0), 0u);
+  EXPECT_EQ(rows[2].rfind(clips[0] + ",2,00:00:0", 0), 0u) << rows[2];
   const std::string page = text(out + "/index.html");
-  const std::string table = text(out + "/events.csv");
-  for (const std::string& clip : clips) {
-    EXPECT_NE(page.find(clip), std::string::npos) << clip;
-    EXPECT_NE(table.find("\r\n" + clip + ","), std::string::npos) << clip;
-  }
-  EXPECT_NE(page.find("<img src=\"" + m[1].str() + "\""), std::string::npos);
+  for (const std::string& clip : clips) EXPECT_NE(page.find(clip), std::string::npos) << clip;
+  EXPECT_NE(page.find("<svg class=\"strip\""), std::string::npos);
+  EXPECT_NE(page.find("<img src=\"" + a["events"].array()[0]["thumbnail"].string() + "\""),
+            std::string::npos);
   EXPECT_EQ(page.find("http"), std::string::npos);
   EXPECT_EQ(page.find("<script"), std::string::npos);
-  EXPECT_NE(table.find(folder + "/c-broken.HGV,false,refused,0,0,0,,,,,"), std::string::npos);
-  EXPECT_FALSE(std::filesystem::exists(out + "/notes.txt"));
-  for (const auto& entry : std::filesystem::directory_iterator(out)) {
-    EXPECT_EQ(entry.path().extension() == ".part", false) << entry.path();
-  }
 
   // --json prints the same objects, and one job finds what three found.
-  const ToolRun json = run(app::runScan, {folder, "--json", "--jobs", "1"});
-  EXPECT_EQ(json.status, 1);
-  const auto printed = lines(json.out);
-  ASSERT_EQ(printed.size(), clips.size());
+  args = {folder, "--json", "--jobs", "1"};
+  args.insert(args.end(), kRules.begin(), kRules.end());
+  const ToolRun printed = run(app::runScan, args);
+  EXPECT_EQ(printed.status, 1);
+  const auto objects = lines(printed.out);
+  ASSERT_EQ(objects.size(), clips.size());
+  const std::regex files(R"re("(thumbnail|exported)": "[^"]+")re");
   for (std::size_t i = 0; i < clips.size(); ++i) {
-    std::string object = objects[i + 1];
-    if (object.back() == ',') object.pop_back();
-    EXPECT_EQ(std::regex_replace(printed[i], thumbnail, "\"thumbnail\": null"),
-              std::regex_replace(object, thumbnail, "\"thumbnail\": null"));
+    const std::string written = lines(text(out + "/events.json"))[i + 1];
+    EXPECT_EQ(std::regex_replace(objects[i] + (i + 1 < clips.size() ? "," : ""), files, "\"$1\": null"),
+              std::regex_replace(written, files, "\"$1\": null"));
   }
 }
 
-TEST_F(HgvtoolScanTest, UsageAndNothingToScan) {
-  EXPECT_EQ(run(app::runScan, {}).status, 2);
-  EXPECT_EQ(run(app::runScan, {file("x"), "--jobs", "0"}).status, 2);
-  EXPECT_EQ(run(app::runScan, {file("x"), "--area", "1,2,3"}).status, 2);
+TEST_F(HgvtoolScanTest, EventClipsAsVideosPlayTheirFramesAtTheSourcesRate) {
+  const std::string clip = sceneClip("walk.HGV", 14, {{100, 60, 48, 4, 9}}, 320, 240);
+  for (const char* format : {"mp4", "wmv"}) {
+    SCOPED_TRACE(format);
+    const std::string out = file(std::string("videos-") + format);
+    app::Args args = {clip, "--out", out, "--clips", format, "--json"};
+    args.insert(args.end(), kRules.begin(), kRules.end());
+    const ToolRun scan = run(app::runScan, args);
+    ASSERT_EQ(scan.status, 0) << scan.err;
+    const JsonValue object = json(lines(scan.out).at(0));
+    ASSERT_FALSE(object["events"].array().empty());
+    for (const JsonValue& e : object["events"].array()) {
+      const testing_support::VideoFacts video =
+          testing_support::readVideo(out + "/" + e["exported"].string());
+      EXPECT_EQ(video.codec, std::string(format) == "mp4" ? "h264" : "wmv2");
+      EXPECT_EQ(video.pictures, e["clip_to"].integer() - e["clip_from"].integer() + 1);
+      EXPECT_DOUBLE_EQ(video.fps, 10);
+      EXPECT_EQ(video.width, 320);
+    }
+  }
+}
+
+TEST_F(HgvtoolScanTest, BadOptionsAreUsageErrorsThatWriteNothing) {
+  const std::string clip = sceneClip("walk.HGV", 4, {}, 320, 240);
+  const std::string out = file("nothing");
+  for (const app::Args& args :
+       {app::Args{}, app::Args{clip, "--jobs", "0"}, app::Args{clip, "--area", "1,2,3"},
+        app::Args{clip, "--merge-gap", "-1", "--out", out},
+        app::Args{clip, "--min-event", "3x", "--out", out},
+        app::Args{clip, "--before", "", "--out", out}, app::Args{clip, "--after"},
+        app::Args{clip, "--clips", "gif", "--out", out}, app::Args{clip, "--clips", "mp4"}}) {
+    const ToolRun r = run(app::runScan, args);
+    EXPECT_EQ(r.status, 2) << ::testing::PrintToString(args);
+    EXPECT_EQ(r.err.rfind("usage: hgvtool scan", 0), 0u);
+    EXPECT_TRUE(r.out.empty());
+  }
+  EXPECT_FALSE(std::filesystem::exists(out));
   std::filesystem::create_directories(file("empty"));
   const ToolRun none = run(app::runScan, {file("empty")});
   EXPECT_EQ(none.status, 1);
   EXPECT_EQ(none.err, "hgvtool: no .hgv clips found\n");
   const ToolRun gone = run(app::runScan, {file("gone.HGV"), "--json"});
   EXPECT_EQ(gone.status, 1);
-  EXPECT_EQ(gone.out.rfind("{\"clip\": \"" + file("gone.HGV") + "\", \"opened\": false", 0), 0u)
-      << gone.out;
+  EXPECT_EQ(json(gone.out)["opened"].boolean(), false);
 }
 
 }  // namespace

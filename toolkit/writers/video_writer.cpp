@@ -1,4 +1,4 @@
-#include "toolkit/writers/wmv_writer.h"
+#include "toolkit/writers/video_writer.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -33,7 +33,7 @@ std::int64_t defaultWmvBitRate(const VideoSpec& video) {
                     std::int64_t{8'000'000});
 }
 
-struct WmvWriter::State {
+struct VideoWriter::State {
   WritableFile& file;
   std::int64_t position = 0;
   std::int64_t size = 0;
@@ -113,6 +113,9 @@ struct WmvWriter::State {
       const int got = avcodec_receive_packet(codec, packet);
       if (got == AVERROR(EAGAIN) || got == AVERROR_EOF) return;
       check(got, "The video encoder failed");
+      // Every picture lasts one frame; without it the muxer gives the last one no time, and
+      // players drop it.
+      if (packet->duration == 0) packet->duration = 1;
       av_packet_rescale_ts(packet, codec->time_base, stream->time_base);
       packet->stream_index = stream->index;
       const int written = av_interleaved_write_frame(format, packet);
@@ -121,7 +124,7 @@ struct WmvWriter::State {
   }
 };
 
-WmvWriter::WmvWriter(WritableFile& file, const VideoSpec& video)
+VideoWriter::VideoWriter(WritableFile& file, const VideoSpec& video)
     : m_state(std::make_unique<State>(file)) {
   State& s = *m_state;
   s.width = video.width & ~1;
@@ -130,9 +133,14 @@ WmvWriter::WmvWriter(WritableFile& file, const VideoSpec& video)
 
   // The encoder's notes (coefficients clipped and the like) are not the user's business.
   av_log_set_level(AV_LOG_ERROR);
-  const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_WMV2);
-  if (!encoder) throw VideoError("This system has no Windows Media Video encoder.");
-  s.check(avformat_alloc_output_context2(&s.format, nullptr, "asf", nullptr),
+  const bool mp4 = video.format == VideoFormat::Mp4;
+  const AVCodec* encoder = mp4 ? avcodec_find_encoder_by_name("libx264")
+                               : avcodec_find_encoder(AV_CODEC_ID_WMV2);
+  if (!encoder) {
+    throw VideoError(mp4 ? "This system has no H.264 encoder (libx264)."
+                         : "This system has no Windows Media Video encoder.");
+  }
+  s.check(avformat_alloc_output_context2(&s.format, nullptr, mp4 ? "mp4" : "asf", nullptr),
           "The video container could not be made");
 
   auto* buffer = static_cast<unsigned char*>(av_malloc(kIoBufferBytes));
@@ -163,12 +171,22 @@ WmvWriter::WmvWriter(WritableFile& file, const VideoSpec& video)
   s.codec->width = s.width;
   s.codec->height = s.height;
   s.codec->pix_fmt = AV_PIX_FMT_YUV420P;
-  s.codec->bit_rate = video.bitRate > 0 ? video.bitRate : defaultWmvBitRate(video);
-  s.codec->gop_size = 12;
+  AVDictionary* options = nullptr;
+  if (mp4) {
+    // A constant quality that keeps camera footage clean, made quickly; every player takes it.
+    av_dict_set(&options, "preset", "veryfast", 0);
+    av_dict_set(&options, "crf", "23", 0);
+    s.codec->profile = FF_PROFILE_H264_HIGH;
+  } else {
+    s.codec->bit_rate = video.bitRate > 0 ? video.bitRate : defaultWmvBitRate(video);
+    s.codec->gop_size = 12;
+  }
   if (s.format->oformat->flags & AVFMT_GLOBALHEADER) {
     s.codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   }
-  s.check(avcodec_open2(s.codec, encoder, nullptr), "The video encoder refused the pictures");
+  const int opened = avcodec_open2(s.codec, encoder, &options);
+  av_dict_free(&options);
+  s.check(opened, "The video encoder refused the pictures");
 
   s.stream = avformat_new_stream(s.format, nullptr);
   if (!s.stream) throw VideoError("Out of memory.");
@@ -186,9 +204,9 @@ WmvWriter::WmvWriter(WritableFile& file, const VideoSpec& video)
   if (!s.scale) throw VideoError("The pictures could not be converted for the video.");
 }
 
-WmvWriter::~WmvWriter() = default;
+VideoWriter::~VideoWriter() = default;
 
-void WmvWriter::addPicture(const RgbImage& picture) {
+void VideoWriter::addPicture(const RgbImage& picture) {
   State& s = *m_state;
   if (picture.width < s.width || picture.height < s.height) {
     throw VideoError("A picture is smaller than the video.");
@@ -202,7 +220,7 @@ void WmvWriter::addPicture(const RgbImage& picture) {
   s.writePackets();
 }
 
-void WmvWriter::finish() {
+void VideoWriter::finish() {
   State& s = *m_state;
   if (s.finished) return;
   s.check(avcodec_send_frame(s.codec, nullptr), "The video encoder failed");

@@ -1,0 +1,41 @@
+#pragma once
+
+// The report of hgvtool scan: a page for people (index.html), a table for spreadsheets
+// (events.csv), JSON for scripts (events.json, and the same objects on stdout with --json), and a
+// short table per clip on the terminal. Frames count from 0 in the files; the page shows them as
+// the window does, from 1, and says so.
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "app/clip_scan.h"
+
+namespace app {
+
+// What the whole run took, for the page.
+struct ScanTotals {
+  double seconds = 0;
+  long long frames = 0;  // frames the searches stepped onto
+};
+
+// One clip as one JSON object on one line: {"clip", "opened", "ended", "TotalFrames",
+// "frame_rate", "duration_s", "boxes", "motion": [...], "events": [...]}.
+std::string scanJson(const ClipScan& scan);
+// A header, then one row per event of every clip.
+std::string scanCsv(const std::vector<ClipScan>& scans);
+std::string scanHtml(const std::vector<ClipScan>& scans, const ScanTotals& totals);
+
+// Writes index.html, events.csv and events.json into `folder`, each whole or not at all; the
+// thumbnails and event clips are already there. False, with the reason on `err`, when a file
+// cannot be written.
+bool writeScanReport(const std::string& folder, const std::vector<ClipScan>& scans,
+                     const ScanTotals& totals, std::ostream& err);
+
+// The clip's line and a table of its events: event, start, end, duration.
+void printScanText(const ClipScan& scan, std::ostream& out);
+
+// A time as HH:MM:SS.mmm.
+std::string clockTime(double seconds);
+
+}  // namespace app
