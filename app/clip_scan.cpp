@@ -1,6 +1,7 @@
 #include "app/clip_scan.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -8,6 +9,7 @@
 
 #include "app/clip_search.h"
 #include "app/hgvtool_support.h"
+#include "app/scan_record.h"
 #include "export/core/exports.h"
 #include "search/core/frame_decoder.h"
 #include "search/core/marks.h"
@@ -68,6 +70,7 @@ void searchMotion(ToolSession& tool, const ScanOptions& options, ClipScan& scan,
   search.sensitivity = options.sensitivity;
   search.all = true;
   search.threads = options.threads;
+  search.stop = options.cancelled;
   runSearches(
       tool, search,
       [&](const SearchRecord& record) {
@@ -80,11 +83,25 @@ void searchMotion(ToolSession& tool, const ScanOptions& options, ClipScan& scan,
       });
 }
 
+// Writes a file beside the report, whole or not at all, on the disk before the clip's line of
+// the journal is; what cannot be written ends the scan.
+void writeBeside(const ScanOptions& options, const std::string& name,
+                 const std::vector<std::uint8_t>& bytes) {
+  const std::string path = options.outFolder + "/" + name;
+  try {
+    toolkit::replaceFile(
+        *options.outFiles, path, [&](toolkit::WritableFile& file) { file.writeAt(0, bytes); },
+        true);
+  } catch (const toolkit::RuntimeError& e) {
+    throw ScanWriteError("cannot write " + path + ": " + e.description());
+  }
+}
+
 // The peak frame of an event, decoded once more, with its marks, shrunk to a JPEG beside the
 // report; the marks are drawn again at that scale, since shrunk with the picture one-pixel
 // outlines would fade into it.
 std::string writeThumbnail(ToolSession& tool, const ClipScan& scan, const Event& event,
-                           const std::string& folder) {
+                           const ScanOptions& options) {
   const auto peak = std::find_if(scan.motion.begin(), scan.motion.end(),
                                  [&](const MotionFrame& m) { return m.frame == event.peakFrame; });
   clip::SeparateMJPG& clip = tool.session().SeparateMJPG;
@@ -97,12 +114,7 @@ std::string writeThumbnail(ToolSession& tool, const ClipScan& scan, const Event&
   toolkit::RgbImage thumb = shrink(picture, kThumbnailWidth);
   search::drawMarks(thumb, peak->marked, static_cast<double>(thumb.width) / picture.width);
   const std::string name = eventFileName(scan.clip, event.number, ".jpg");
-  std::ostringstream quiet;
-  if (!writeFileAtomically(folder + "/" + name,
-                           toolkit::encodeJpeg(thumb, 90, toolkit::ChromaSubsampling::k444),
-                           quiet)) {
-    throw toolkit::RuntimeError::of(toolkit::ErrorNumber::DiskFull);
-  }
+  writeBeside(options, name, toolkit::encodeJpeg(thumb, 90, toolkit::ChromaSubsampling::k444));
   return name;
 }
 
@@ -111,7 +123,7 @@ std::string exportEvent(ToolSession& tool, const ClipScan& scan, const Event& ev
                         const ScanOptions& options) {
   const clip::SeparateMJPG& clip = tool.session().SeparateMJPG;
   const exporting::ExportRange run{event.clipFrom, event.clipTo - event.clipFrom + 1};
-  toolkit::FileSystem& files = tool.platform().files;
+  toolkit::FileSystem& files = *options.outFiles;
   std::string name;
   if (options.clips == EventClips::Hgv) {
     name = eventFileName(scan.clip, event.number, ".hgv");
@@ -126,20 +138,34 @@ std::string exportEvent(ToolSession& tool, const ClipScan& scan, const Event& ev
   return name;
 }
 
-// A thumbnail and a clip for each event; what cannot be written is said in the clip's boxes.
+// Every file the clip's events put beside the report, as they name them.
+void removeEventFiles(const ClipScan& scan, const ScanOptions& options) {
+  for (const Event& event : scan.events) {
+    for (const std::string& name : {event.thumbnail, event.exported}) {
+      if (!name.empty()) toolkit::discardFile(*options.outFiles, options.outFolder + "/" + name);
+    }
+  }
+}
+
+// A thumbnail and a clip for each event. An event clip that cannot be made is said in the clip's
+// boxes; a file that cannot be written ends the scan, and a cancelled scan leaves none of them.
 void writeEventFiles(ToolSession& tool, ClipScan& scan, const ScanOptions& options) {
   for (Event& event : scan.events) {
+    if (options.cancelled && options.cancelled()) {
+      scan.interrupted = true;
+      break;
+    }
     try {
-      event.thumbnail = writeThumbnail(tool, scan, event, options.outFolder);
+      event.thumbnail = writeThumbnail(tool, scan, event, options);
       if (options.clips != EventClips::None) event.exported = exportEvent(tool, scan, event, options);
     } catch (const exporting::ExportFailure& e) {
       scan.boxes.push_back(toolkit::MessageBoxRequest::critical(e.what()));
-    } catch (const toolkit::RuntimeError& e) {
-      scan.boxes.push_back(toolkit::MessageBoxRequest::critical(
-          "Event " + std::to_string(event.number) + ": Error " + std::to_string(e.number()) +
-          ": " + e.description()));
+    } catch (const ScanWriteError&) {
+      removeEventFiles(scan, options);
+      throw;
     }
   }
+  if (scan.interrupted) removeEventFiles(scan, options);
 }
 
 }  // namespace
@@ -161,9 +187,10 @@ std::vector<std::string> findClips(const std::vector<std::string>& paths) {
         found.push_back(it->path().string());
       }
     }
-    std::sort(found.begin(), found.end());
     clips.insert(clips.end(), found.begin(), found.end());
   }
+  std::sort(clips.begin(), clips.end());
+  clips.erase(std::unique(clips.begin(), clips.end()), clips.end());
   return clips;
 }
 
@@ -182,8 +209,10 @@ std::string eventFileName(const std::string& clip, int event, const std::string&
 }
 
 ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgress* progress) {
+  const auto start = std::chrono::steady_clock::now();
   ClipScan scan;
   scan.clip = path;
+  scan.stamp = stampOf(path);
   std::ostringstream quiet;  // the boxes are kept for the report, not printed
   ToolSession tool(quiet);
   scan.opened = tool.openClip(path);
@@ -196,18 +225,23 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
     try {
       scan.microSecPerFrame = exporting::clipMicroSecPerFrame(tool.platform().files, path);
       searchMotion(tool, options, scan, progress);
+      scan.interrupted = options.cancelled && options.cancelled();
       scan.events = groupEvents(scan.motion, options.rules, scan.frameSeconds(), scan.totalFrames);
-      if (!options.outFolder.empty()) writeEventFiles(tool, scan, options);
+      if (!options.outFolder.empty() && !scan.interrupted) writeEventFiles(tool, scan, options);
     } catch (const toolkit::RuntimeError& e) {
       scan.broke = true;
       errors.push_back(toolkit::MessageBoxRequest::critical("Error " + std::to_string(e.number()) +
                                                             ": " + e.description()));
     }
+  } else {
+    scan.microSecPerFrame = 100000;
   }
   std::vector<toolkit::MessageBoxRequest> events = std::move(scan.boxes);
   scan.boxes = tool.boxes();
   scan.boxes.insert(scan.boxes.end(), events.begin(), events.end());
   scan.boxes.insert(scan.boxes.end(), errors.begin(), errors.end());
+  scan.scanSeconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   if (progress) progress->done = true;
   return scan;
 }

@@ -9,11 +9,14 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "app/scan_events.h"
+#include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/rect.h"
 
@@ -27,13 +30,31 @@ struct ScanOptions {
   std::string sensitivity;
   int threads = 1;  // decoding threads of each clip's search
   EventRules rules;
-  // Where each event's thumbnail and clip go; none are written when empty.
+  // Where each event's thumbnail and clip go, through `outFiles`; none are written when empty.
   std::string outFolder;
+  toolkit::FileSystem* outFiles = nullptr;
   EventClips clips = EventClips::None;
+  // Asked now and then; true stops the scan of the clip at once, leaving nothing of it.
+  std::function<bool()> cancelled;
+};
+
+// A file beside the report could not be written (a full disk, a folder that cannot be written):
+// the scan cannot go on.
+class ScanWriteError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// What tells a clip file from its later self.
+struct FileStamp {
+  std::int64_t size = -1;  // -1: no file
+  std::int64_t mtimeNs = 0;
+  friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 
 struct ClipScan {
   std::string clip;  // the path as given or found
+  FileStamp stamp;   // of the file as it was scanned
   bool opened = false;
   bool broke = false;  // a search ended with an error before the end of the run
   int totalFrames = 0;
@@ -41,13 +62,16 @@ struct ClipScan {
   std::vector<toolkit::MessageBoxRequest> boxes;
   std::vector<MotionFrame> motion;
   std::vector<Event> events;
+  double scanSeconds = 0;    // how long its scan took
+  bool interrupted = false;  // the scan was stopped before it was done: nothing of it counts
 
   double frameSeconds() const { return app::frameSeconds(microSecPerFrame); }
   double durationSeconds() const { return totalFrames * frameSeconds(); }
 };
 
-// The clips among `paths`: a file as it is, a folder's ".hgv" files (any case) at any depth,
-// sorted by path. A path that does not exist is kept, so that it is reported as refused.
+// The clips among `paths`: a file as it is, a folder's ".hgv" files (any case) at any depth; all
+// sorted by path, each once. A path that does not exist is kept, so that it is reported as
+// refused.
 std::vector<std::string> findClips(const std::vector<std::string>& paths);
 
 // How far the scan of one clip is, read by another thread.
@@ -57,7 +81,8 @@ struct ScanProgress {
   std::atomic<bool> done{false};
 };
 
-// Scans one clip: its motion frames, its events, their thumbnails and clips.
+// Scans one clip: its motion frames, its events, their thumbnails and clips. A scan that was
+// cancelled comes back `interrupted`, with every file it wrote removed. Throws ScanWriteError.
 ClipScan scanClip(const std::string& path, const ScanOptions& options,
                   ScanProgress* progress = nullptr);
 

@@ -36,6 +36,9 @@ struct SearchOptions {
   // Threads decoding ahead of the search; 1 decodes in line.
   int threads = search::defaultDecodeThreads();
   ScratchWrites scratch = ScratchWrites::AtEnd;
+  // Asked at every yield; true stops the running search as the pause button does, and no other
+  // search follows.
+  std::function<bool()> stop;
 };
 
 // One search as the window would have left it.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/hgvtool_commands.h"
+#include "app/scan_command.h"
 
 namespace {
 
@@ -22,7 +23,8 @@ constexpr const char* kUsage =
     "       hgvtool export CLIP --frame N (--jpg OUT | --hgv OUT | --wmv OUT) [--count K]\n"
     "       hgvtool scan CLIP_OR_FOLDER... [--area L,T,R,B] [--sensitivity TEXT] [--jobs N]\n"
     "                    [--merge-gap D] [--min-event D] [--before D] [--after D]\n"
-    "                    [--out DIR [--clips hgv|wmv|mp4]] [--json]\n"
+    "                    [--out DIR [--clips hgv|wmv|mp4] [--resume]] [--shard K/N] [--json]\n"
+    "       hgvtool report OUT DIR...\n"
     "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
 
 }  // namespace
@@ -42,6 +44,7 @@ int main(int argc, char** argv) {
   if (command == "export") return app::runExport(args, std::cout, std::cerr);
   if (command == "search") return app::runSearch(args, std::cout, std::cerr);
   if (command == "scan") return app::runScan(args, std::cout, std::cerr);
+  if (command == "report") return app::runReport(args, std::cout, std::cerr);
   if (command == "help" || command == "--help" || command == "-h") {
     std::cout << kUsage;
     return 0;

@@ -1,17 +1,26 @@
-// hgvtool scan: the events of many clips, clips side by side on the cores.
+// hgvtool scan: the events of many clips, clips side by side on the cores. With --out, each clip's
+// result goes to the journal DIR/scan.jsonl the moment it is done, and the report is rebuilt from
+// the journal: an interrupted scan loses only the clips in flight, and --resume goes on from it.
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <mutex>
+#include <numeric>
 #include <ostream>
 #include <thread>
 
 #include "app/clip_scan.h"
-#include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
+#include "app/scan_command.h"
+#include "app/scan_journal.h"
+#include "app/scan_record.h"
 #include "app/scan_report.h"
 #include "search/driver/decode_ahead.h"
 
@@ -21,7 +30,7 @@ namespace {
 constexpr const char* kUsage =
     "usage: hgvtool scan CLIP_OR_FOLDER... [--area L,T,R,B] [--sensitivity TEXT] [--jobs N]\n"
     "                    [--merge-gap D] [--min-event D] [--before D] [--after D]\n"
-    "                    [--out DIR [--clips hgv|wmv|mp4]] [--json]\n"
+    "                    [--out DIR [--clips hgv|wmv|mp4] [--resume]] [--shard K/N] [--json]\n"
     "       D is seconds (2.5) or frames (5f)\n";
 
 struct ScanCommand {
@@ -30,6 +39,8 @@ struct ScanCommand {
   int jobs = search::defaultDecodeThreads();
   std::string out;
   bool json = false;
+  bool resume = false;
+  int shard = 1, shards = 1;
 };
 
 bool parseDuration(const std::string& text, Duration& duration) {
@@ -51,68 +62,93 @@ bool parseClips(const std::string& text, EventClips& clips) {
   return true;
 }
 
+bool parseShard(const std::string& text, int& shard, int& shards) {
+  const std::size_t slash = text.find('/');
+  long long k = 0, n = 0;
+  if (slash == std::string::npos || !parseInt(text.substr(0, slash), k) ||
+      !parseInt(text.substr(slash + 1), n)) {
+    return false;
+  }
+  if (n < 1 || n > 1000000 || k < 1 || k > n) return false;
+  shard = static_cast<int>(k);
+  shards = static_cast<int>(n);
+  return true;
+}
+
+// One option with its value; false for an unknown option or a bad value.
+bool parseOption(const std::string& a, const std::string& value, ScanCommand& c) {
+  long long n = 0;
+  EventRules& rules = c.scan.rules;
+  if (a == "--jobs") {
+    if (!parseInt(value, n) || n < 1 || n > 256) return false;
+    c.jobs = static_cast<int>(n);
+    return true;
+  }
+  if (a == "--area") {
+    toolkit::Rect area;
+    if (!parseArea(value, area)) return false;
+    c.scan.area = area;
+    return true;
+  }
+  if (a == "--sensitivity") return c.scan.sensitivity = value, true;
+  if (a == "--out") return c.out = value, true;
+  if (a == "--merge-gap") return parseDuration(value, rules.mergeGap);
+  if (a == "--min-event") return parseDuration(value, rules.minEvent);
+  if (a == "--before") return parseDuration(value, rules.before);
+  if (a == "--after") return parseDuration(value, rules.after);
+  if (a == "--clips") return parseClips(value, c.scan.clips);
+  if (a == "--shard") return parseShard(value, c.shard, c.shards);
+  return false;
+}
+
 bool parseScan(const Args& args, ScanCommand& c) {
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
-    const bool hasValue = i + 1 < args.size();
-    const std::string value = hasValue ? args[i + 1] : std::string();
-    long long n = 0;
-    EventRules& rules = c.scan.rules;
-    bool ok = true;
-    if (a == "--json") {
-      c.json = true;
-      continue;
-    }
-    if (a.rfind("--", 0) != 0) {
+    if (a == "--json" || a == "--resume") {
+      (a == "--json" ? c.json : c.resume) = true;
+    } else if (a.rfind("--", 0) != 0) {
       c.paths.push_back(a);
-      continue;
-    }
-    if (!hasValue) return false;
-    if (a == "--jobs") {
-      ok = parseInt(value, n) && n >= 1 && n <= 256;
-      c.jobs = static_cast<int>(n);
-    } else if (a == "--area") {
-      toolkit::Rect area;
-      ok = parseArea(value, area);
-      c.scan.area = area;
-    } else if (a == "--sensitivity") {
-      c.scan.sensitivity = value;
-    } else if (a == "--out") {
-      c.out = value;
-    } else if (a == "--merge-gap") {
-      ok = parseDuration(value, rules.mergeGap);
-    } else if (a == "--min-event") {
-      ok = parseDuration(value, rules.minEvent);
-    } else if (a == "--before") {
-      ok = parseDuration(value, rules.before);
-    } else if (a == "--after") {
-      ok = parseDuration(value, rules.after);
-    } else if (a == "--clips") {
-      ok = parseClips(value, c.scan.clips);
-    } else {
+    } else if (i + 1 >= args.size() || !parseOption(a, args[++i], c)) {
       return false;
     }
-    if (!ok) return false;
-    ++i;
   }
-  // Event clips go beside the report.
-  return !c.paths.empty() && (c.scan.clips == EventClips::None || !c.out.empty());
+  // Event clips go beside the report, and only a report can be resumed.
+  const bool needsOut = c.scan.clips != EventClips::None || c.resume;
+  return !c.paths.empty() && (!needsOut || !c.out.empty());
 }
 
-// One clip's scan; a clip that fails in any way the scan did not foresee (out of memory, say) is
-// reported as broken, and the others go on.
-ClipScan scanOneClip(const std::string& clip, const ScanOptions& options, ScanProgress& progress) {
-  try {
-    return scanClip(clip, options, &progress);
-  } catch (const std::exception& e) {
-    ClipScan scan;
-    scan.clip = clip;
-    scan.broke = true;
-    scan.boxes.push_back(toolkit::MessageBoxRequest::critical(e.what()));
-    progress.done = true;
-    return scan;
-  }
+// The signal that stops the scan. A signal handler can reach nothing else, so this one flag is
+// the process's; StopSignals sets it up for one run and puts the old handlers back.
+volatile std::sig_atomic_t g_stopSignal = 0;
+
+extern "C" void onStopSignal(int signal) {
+  // A second one stops at once, leaving the journal as it stands.
+  if (g_stopSignal != 0) ::_exit(128 + g_stopSignal);
+  g_stopSignal = signal;
 }
+
+class StopSignals {
+ public:
+  StopSignals() {
+    g_stopSignal = 0;
+    struct sigaction action {};
+    action.sa_handler = onStopSignal;
+    sigemptyset(&action.sa_mask);
+    ::sigaction(SIGINT, &action, &m_int);
+    ::sigaction(SIGTERM, &action, &m_term);
+  }
+  ~StopSignals() {
+    ::sigaction(SIGINT, &m_int, nullptr);
+    ::sigaction(SIGTERM, &m_term, nullptr);
+  }
+  StopSignals(const StopSignals&) = delete;
+  StopSignals& operator=(const StopSignals&) = delete;
+  int signal() const { return g_stopSignal; }
+
+ private:
+  struct sigaction m_int {};
+  struct sigaction m_term {};
+};
 
 bool makeFolder(const std::string& folder, std::ostream& err) {
   std::error_code ec;
@@ -124,151 +160,276 @@ bool makeFolder(const std::string& folder, std::ostream& err) {
   return true;
 }
 
-void printReportLine(const std::vector<ClipScan>& scans, const std::string& folder,
-                     std::ostream& out) {
-  std::size_t events = 0;
-  for (const ClipScan& scan : scans) events += scan.events.size();
-  out << scans.size() << (scans.size() == 1 ? " clip, " : " clips, ") << events
-      << (events == 1 ? " event" : " events") << ": "
-      << (std::filesystem::path(folder) / "index.html").string() << "\n";
+// The frames of every clip to scan, from the clips' indexes, for the progress line.
+long long countFrames(const std::vector<std::string>& clips) {
+  toolkit::PosixFileSystem files;
+  toolkit::RecordingMessageSink quiet;
+  toolkit::Platform platform{files, quiet, ""};
+  long long total = 0;
+  for (const std::string& path : clips) {
+    clip::SeparateMJPG clip(platform);
+    if (clip.InitialAviInfo(path) != toolkit::kFalse) total += clip.SaveAviChunk(path).value();
+  }
+  return total;
 }
 
-// Clips done, frames per second and the time left, on a terminal.
+// Clips and frames done, frames per second and the time left, on a terminal.
 class ScanProgressLine {
  public:
   ScanProgressLine(std::ostream& err, const std::vector<std::string>& clips,
                    const std::vector<ScanProgress>& progress)
-      : m_line(err), m_progress(progress) {
-    for (const std::string& clip : clips) {
-      std::error_code ec;
-      const auto size = std::filesystem::file_size(clip, ec);
-      m_sizes.push_back(ec ? 0.0 : static_cast<double>(size));
-      m_totalSize += m_sizes.back();
-    }
-  }
+      : m_line(err), m_progress(progress), m_total(m_line.on() ? countFrames(clips) : 0) {}
+
   void show() {
     if (!m_line.on()) return;
     const double elapsed =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
     long long frames = 0;
     std::size_t done = 0;
-    double share = 0;  // of the bytes of all clips, what is scanned
-    for (std::size_t i = 0; i < m_progress.size(); ++i) {
-      const ScanProgress& p = m_progress[i];
-      frames += p.frames;
-      if (p.done) {
-        ++done;
-        share += m_sizes[i];
-      } else if (p.totalFrames > 0) {
-        share += m_sizes[i] * std::min(1.0, static_cast<double>(p.frames) / p.totalFrames);
-      }
+    for (const ScanProgress& p : m_progress) {
+      frames += p.done ? p.totalFrames.load() : p.frames.load();
+      done += p.done ? 1 : 0;
     }
-    char line[160];
-    const int written =
-        std::snprintf(line, sizeof line, "scanning: %zu of %zu clips, %.0f frames/s", done,
-                      m_progress.size(), elapsed > 0 ? frames / elapsed : 0.0);
-    std::string text(line, static_cast<std::size_t>(std::max(0, written)));
-    if (share > 0 && m_totalSize > 0 && elapsed > 1) {
-      const long long left = std::llround(elapsed * (m_totalSize - share) / share);
-      std::snprintf(line, sizeof line, ", about %lld:%02lld left", left / 60, left % 60);
-      text += line;
+    const double fps = elapsed > 0 ? frames / elapsed : 0.0;
+    char line[200];
+    int written = std::snprintf(line, sizeof line,
+                                "scanning: %zu of %zu clips, %lld of %lld frames, %.0f frames/s",
+                                done, m_progress.size(), frames, m_total, fps);
+    if (fps > 0 && m_total > frames && elapsed > 1) {
+      const long long left = std::llround((m_total - frames) / fps);
+      written += std::snprintf(line + written, sizeof line - static_cast<std::size_t>(written),
+                               ", about %lld:%02lld:%02lld left", left / 3600, left / 60 % 60,
+                               left % 60);
     }
-    m_line.show(text);
+    m_line.show(std::string(line, static_cast<std::size_t>(std::max(0, written))));
   }
 
  private:
   TerminalLine m_line;
   const std::vector<ScanProgress>& m_progress;
-  std::vector<double> m_sizes;
-  double m_totalSize = 0;
+  long long m_total;
   std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
-// The scans of `clips`, several side by side: each clip's result printed as soon as it and all
-// before it are done, in the clips' order whatever order they finish in.
-std::vector<ClipScan> scanAll(const std::vector<std::string>& clips, const ScanCommand& c,
-                              std::ostream& out, std::ostream& err) {
+// A run of scans: the clips to do, several side by side, each printed in the clips' order as soon
+// as it and all before it are done, and each done one written to the journal at once.
+class ScanRun {
+ public:
+  ScanRun(const ScanCommand& c, const ScanEnvironment& env, ScanJournal* journal,
+          std::ostream& out)
+      : m_c(c), m_env(env), m_journal(journal), m_out(out) {}
+
+  // Scans `clips`; stops early at a signal or at a file that cannot be written.
+  void run(const std::vector<std::string>& clips, std::ostream& err, const StopSignals& signals);
+
+  const std::string& writeError() const { return m_writeError; }
+  // Every clip of the run opened and ran to its end.
+  bool complete() const { return m_complete; }
+
+ private:
+  void work(const std::vector<std::string>& clips, const StopSignals& signals, int threads);
+  void finish(std::size_t i, ClipScan scan);
+  void printReady();
+
+  const ScanCommand& m_c;
+  const ScanEnvironment& m_env;
+  ScanJournal* m_journal;
+  std::ostream& m_out;
+  std::mutex m_mutex;
+  std::condition_variable m_changed;
+  std::vector<ClipScan> m_scans;
+  std::vector<bool> m_ready;
+  std::vector<ScanProgress> m_progress;
+  std::size_t m_next = 0, m_printed = 0, m_finished = 0;
+  std::atomic<bool> m_failed{false};
+  std::string m_writeError;
+  bool m_complete = true;
+};
+
+void ScanRun::run(const std::vector<std::string>& clips, std::ostream& err,
+                  const StopSignals& signals) {
   // Clips side by side first; the cores left over decode ahead inside each clip's search.
-  const int jobs = std::min<int>(c.jobs, static_cast<int>(clips.size()));
+  const int jobs = std::max(1, std::min<int>(m_c.jobs, static_cast<int>(clips.size())));
   const int threads = std::max(1, search::defaultDecodeThreads() / jobs);
-  std::vector<ClipScan> scans(clips.size());
-  std::vector<ScanProgress> progress(clips.size());
-  std::vector<bool> ready(clips.size(), false);
-  std::mutex mutex;
-  std::condition_variable changed;
-  std::size_t next = 0, printed = 0, finished = 0;
-  const auto printReady = [&] {
-    for (; printed < clips.size() && ready[printed]; ++printed) {
-      if (c.json) {
-        out << scanJson(scans[printed]) << "\n";
-      } else {
-        printScanText(scans[printed], out);
-      }
-    }
-    out << std::flush;
-  };
-  const auto work = [&] {
-    for (;;) {
-      std::size_t i;
-      {
-        std::lock_guard lock(mutex);
-        if (next == clips.size()) return;
-        i = next++;
-      }
-      ScanOptions options = c.scan;
-      options.threads = threads;
-      options.outFolder = c.out;
-      ClipScan scan = scanOneClip(clips[i], options, progress[i]);
-      std::lock_guard lock(mutex);
-      scans[i] = std::move(scan);
-      ready[i] = true;
-      ++finished;
-      printReady();
-      changed.notify_all();
-    }
-  };
-  ScanProgressLine line(err, clips, progress);
+  m_scans.assign(clips.size(), {});
+  m_ready.assign(clips.size(), false);
+  m_progress = std::vector<ScanProgress>(clips.size());
+  ScanProgressLine line(err, clips, m_progress);
   std::vector<std::thread> pool;
-  for (int k = 0; k < jobs; ++k) pool.emplace_back(work);
+  for (int k = 0; k < jobs; ++k) pool.emplace_back([&] { work(clips, signals, threads); });
   {
-    std::unique_lock lock(mutex);
-    while (finished < clips.size()) {
-      changed.wait_for(lock, std::chrono::milliseconds(250));
+    std::unique_lock lock(m_mutex);
+    while (m_finished < clips.size() && !(signals.signal() || m_failed)) {
+      m_changed.wait_for(lock, std::chrono::milliseconds(250));
       line.show();
     }
   }
   for (std::thread& t : pool) t.join();
-  return scans;
+}
+
+void ScanRun::work(const std::vector<std::string>& clips, const StopSignals& signals,
+                   int threads) {
+  ScanOptions options = m_c.scan;
+  options.threads = threads;
+  options.outFolder = m_c.out;
+  options.outFiles = m_env.files;
+  options.cancelled = [&] { return signals.signal() != 0 || m_failed; };
+  for (;;) {
+    std::size_t i;
+    {
+      std::lock_guard lock(m_mutex);
+      if (m_next == clips.size() || options.cancelled()) return;
+      i = m_next++;
+    }
+    try {
+      finish(i, scanClip(clips[i], options, &m_progress[i]));
+    } catch (const ScanWriteError& e) {
+      std::lock_guard lock(m_mutex);
+      if (!m_failed.exchange(true)) m_writeError = e.what();
+      m_changed.notify_all();
+      return;
+    } catch (const std::exception& e) {
+      // Out of memory or the like: this clip is lost, the others go on.
+      ClipScan scan;
+      scan.clip = clips[i];
+      scan.stamp = stampOf(clips[i]);
+      scan.broke = true;
+      scan.boxes.push_back(toolkit::MessageBoxRequest::critical(e.what()));
+      finish(i, std::move(scan));
+    }
+  }
+}
+
+void ScanRun::finish(std::size_t i, ClipScan scan) {
+  std::lock_guard lock(m_mutex);
+  m_progress[i].done = true;
+  if (scan.interrupted) {
+    m_changed.notify_all();
+    return;
+  }
+  if (m_journal) {
+    try {
+      m_journal->append(scan);
+    } catch (const toolkit::RuntimeError& e) {
+      if (!m_failed.exchange(true)) {
+        m_writeError = "cannot write " + m_journal->path() + ": " + e.description();
+      }
+      m_changed.notify_all();
+      return;
+    }
+  }
+  if (m_env.afterClip) m_env.afterClip(scan);
+  m_complete = m_complete && scan.opened && !scan.broke;
+  m_scans[i] = std::move(scan);
+  m_ready[i] = true;
+  ++m_finished;
+  printReady();
+  m_changed.notify_all();
+}
+
+void ScanRun::printReady() {
+  for (; m_printed < m_ready.size() && m_ready[m_printed]; ++m_printed) {
+    if (m_c.json) {
+      m_out << scanJson(m_scans[m_printed]) << "\n";
+    } else {
+      printScanText(m_scans[m_printed], m_out);
+    }
+    m_scans[m_printed] = {};  // printed and in the journal: nothing of it need stay
+  }
+  m_out << std::flush;
+}
+
+// The report rebuilt from the journal; what it says of the clips of this run decides the status.
+int writeReport(const ScanCommand& c, const std::vector<std::string>& clips,
+                toolkit::FileSystem& files, std::ostream& out, std::ostream& err) {
+  const std::vector<ClipScan> records = readJournal(files, c.out);
+  if (!writeScanReport(files, c.out, records, err)) return 1;
+  std::size_t events = 0;
+  bool complete = true;
+  for (const ClipScan& record : records) {
+    events += record.events.size();
+    if (std::binary_search(clips.begin(), clips.end(), record.clip)) {
+      complete = complete && record.opened && !record.broke;
+    }
+  }
+  if (!c.json) {
+    out << records.size() << (records.size() == 1 ? " clip, " : " clips, ") << events
+        << (events == 1 ? " event" : " events") << ": "
+        << (std::filesystem::path(c.out) / "index.html").string() << "\n";
+  }
+  return complete ? 0 : 1;
 }
 
 }  // namespace
 
+std::vector<std::string> shareOf(const std::vector<std::string>& clips, int shard, int shards) {
+  // The largest clips first, each to the share that holds the fewest bytes so far.
+  std::vector<std::size_t> order(clips.size());
+  std::iota(order.begin(), order.end(), 0);
+  std::vector<std::int64_t> sizes(clips.size());
+  for (std::size_t i = 0; i < clips.size(); ++i) {
+    sizes[i] = std::max<std::int64_t>(0, stampOf(clips[i]).size);
+  }
+  std::stable_sort(order.begin(), order.end(),
+                   [&](std::size_t a, std::size_t b) { return sizes[a] > sizes[b]; });
+  std::vector<std::int64_t> load(static_cast<std::size_t>(shards), 0);
+  std::vector<bool> mine(clips.size(), false);
+  for (std::size_t i : order) {
+    const auto lightest =
+        static_cast<std::size_t>(std::min_element(load.begin(), load.end()) - load.begin());
+    load[lightest] += sizes[i] + 1;  // + 1: empty clips are spread too
+    mine[i] = static_cast<int>(lightest) == shard - 1;
+  }
+  std::vector<std::string> share;
+  for (std::size_t i = 0; i < clips.size(); ++i) {
+    if (mine[i]) share.push_back(clips[i]);
+  }
+  return share;
+}
+
 int runScan(const Args& args, std::ostream& out, std::ostream& err) {
+  return runScan(args, out, err, {});
+}
+
+int runScan(const Args& args, std::ostream& out, std::ostream& err, const ScanEnvironment& given) {
   ScanCommand c;
   if (!parseScan(args, c)) {
     err << kUsage;
     return 2;
   }
-  const std::vector<std::string> clips = findClips(c.paths);
+  toolkit::PosixFileSystem machine;
+  ScanEnvironment env = given;
+  if (!env.files) env.files = &machine;
+  const std::vector<std::string> clips = shareOf(findClips(c.paths), c.shard, c.shards);
   if (clips.empty()) {
     err << "hgvtool: no .hgv clips found\n";
     return 1;
   }
-  if (!c.out.empty() && !makeFolder(c.out, err)) return 1;
-  const auto start = std::chrono::steady_clock::now();
-  const std::vector<ClipScan> scans = scanAll(clips, c, out, err);
-  ScanTotals totals;
-  totals.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  bool complete = true;
-  for (const ClipScan& scan : scans) {
-    complete = complete && scan.opened && !scan.broke;
-    if (scan.opened) totals.frames += scan.totalFrames;
-  }
+  std::optional<ScanJournal> journal;
+  std::vector<std::string> todo = clips;
   if (!c.out.empty()) {
-    if (!writeScanReport(c.out, scans, totals, err)) return 1;
-    if (!c.json) printReportLine(scans, c.out, out);
+    if (!makeFolder(c.out, err)) return 1;
+    journal.emplace(*env.files, c.out);
+    try {
+      journal->open(c.resume);
+    } catch (const toolkit::RuntimeError& e) {
+      err << "hgvtool: cannot write " << journal->path() << ": " << e.description() << "\n";
+      return 1;
+    }
+    std::erase_if(todo, [&](const std::string& clip) { return journal->done(clip, stampOf(clip)); });
   }
-  return complete ? 0 : 1;
+  StopSignals signals;
+  ScanRun run(c, env, journal ? &*journal : nullptr, out);
+  run.run(todo, err, signals);
+  int status = 0;
+  if (journal) status = writeReport(c, clips, *env.files, out, err);
+  if (!run.writeError().empty()) {
+    err << "hgvtool: " << run.writeError() << "\n";
+    return 1;
+  }
+  if (signals.signal() != 0) return 128 + signals.signal();
+  if (!journal && !run.complete()) status = 1;
+  return status;
 }
 
 }  // namespace app

@@ -27,15 +27,18 @@ constexpr const char* kUsage =
 // frame's own picture and saved as the window saves them.
 class ToolWindow : public search::SearchWindow {
  public:
-  ToolWindow(review::Session& session, std::function<void()> onStep)
-      : m_session(session), m_onStep(std::move(onStep)) {}
+  ToolWindow(review::Session& session, review::Form1Fields& fields, std::function<void()> onStep,
+             std::function<bool()> stop)
+      : m_session(session), m_fields(fields), m_onStep(std::move(onStep)), m_stop(std::move(stop)) {}
 
   void UpdateBarPosition() override {
     if (m_onStep) m_onStep();
   }
   void StopPlayback() override {}
   void ShowStep() override {}
-  void DoEvents() override {}
+  void DoEvents() override {
+    if (m_stop && m_stop()) m_fields.SearchStopRequested = toolkit::kTrue;
+  }
   void setSearchPointer(Direction, bool) override {}
   void ShowCurrentFrame() override {}
   void ShowResult(const clip::FramePtr& frame,
@@ -50,7 +53,9 @@ class ToolWindow : public search::SearchWindow {
 
  private:
   review::Session& m_session;
+  review::Form1Fields& m_fields;
   std::function<void()> m_onStep;
+  std::function<bool()> m_stop;
 };
 
 }  // namespace
@@ -78,7 +83,7 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
   o.CurrentFrameFile = clip.ExtractCurrentJpg(o.ClipFileName, shown);
   o.CurrentFrame = from;
 
-  ToolWindow window(session, onStep);
+  ToolWindow window(session, fields, onStep, options.stop);
   view::Transport transport(session, fields, window);
   search::SearchDriver driver(session, fields, state, window, transport);
   std::unique_ptr<search::DecodeAhead> ahead;
@@ -116,6 +121,7 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
       driver.Click(options.direction);
       // A clip of one frame starts no search: there is nothing to go on with.
       if (records == recordsBefore || (ended && options.all)) break;
+      if (options.stop && options.stop()) break;
     }
   } catch (...) {
     if (holdRun) scratch.flush();

@@ -60,6 +60,8 @@ class JsonParser {
     if (begin == end || !(*begin == '-' || (*begin >= '0' && *begin <= '9'))) return false;
     const auto [next, error] = std::from_chars(begin, end, out.m_number);
     if (error != std::errc()) return false;
+    const auto [whole, wholeError] = std::from_chars(begin, next, out.m_integer);
+    out.m_exact = wholeError == std::errc() && whole == next;
     out.m_kind = JsonValue::Kind::Number;
     m_at += static_cast<std::size_t>(next - begin);
     return true;

@@ -24,7 +24,10 @@ class JsonValue {
   bool isNull() const { return m_kind == Kind::Null; }
   bool boolean() const { return m_kind == Kind::Bool && m_bool; }
   double number() const { return m_kind == Kind::Number ? m_number : 0; }
-  long long integer() const { return static_cast<long long>(number()); }
+  // Whole numbers are kept exactly, beyond the 53 bits a double holds (times in nanoseconds).
+  long long integer() const {
+    return m_kind != Kind::Number ? 0 : m_exact ? m_integer : static_cast<long long>(m_number);
+  }
   const std::string& string() const { return m_string; }  // empty unless a string
   const std::vector<JsonValue>& array() const { return m_array; }
   // A member of an object, or null when there is none.
@@ -36,6 +39,8 @@ class JsonValue {
   Kind m_kind = Kind::Null;
   bool m_bool = false;
   double m_number = 0;
+  long long m_integer = 0;
+  bool m_exact = false;
   std::string m_string;
   std::vector<JsonValue> m_array;
   std::vector<std::pair<std::string, JsonValue>> m_object;

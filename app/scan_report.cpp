@@ -214,20 +214,23 @@ std::string summaryBox(const std::string& value, const std::string& label) {
 
 }  // namespace
 
-std::string scanHtml(const std::vector<ClipScan>& scans, const ScanTotals& totals) {
-  double footage = 0, active = 0;
+std::string scanHtml(const std::vector<ClipScan>& scans) {
+  double footage = 0, active = 0, scanned = 0;
+  long long frames = 0;
   std::size_t events = 0;
   std::vector<const ClipScan*> problems;
   for (const ClipScan& scan : scans) {
     footage += scan.durationSeconds();
+    scanned += scan.scanSeconds;
+    if (scan.opened) frames += scan.totalFrames;
     events += scan.events.size();
     for (const Event& e : scan.events) active += e.durationSeconds(scan.frameSeconds());
     if (!scan.opened || scan.broke || !scan.boxes.empty()) problems.push_back(&scan);
   }
   char share[32], fps[32], took[32];
   std::snprintf(share, sizeof share, "%.1f %%", footage > 0 ? 100 * active / footage : 0.0);
-  std::snprintf(fps, sizeof fps, "%.0f", totals.seconds > 0 ? totals.frames / totals.seconds : 0.0);
-  std::snprintf(took, sizeof took, "%.1f s", totals.seconds);
+  std::snprintf(fps, sizeof fps, "%.0f", scanned > 0 ? frames / scanned : 0.0);
+  std::snprintf(took, sizeof took, "%.1f s", scanned);
   std::string out =
       "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
       "<title>Harrowglen activity</title>\n<style>";
@@ -237,7 +240,9 @@ std::string scanHtml(const std::vector<ClipScan>& scans, const ScanTotals& total
   out += summaryBox(clock(footage), "of footage");
   out += summaryBox(std::to_string(events), events == 1 ? "event" : "events");
   out += summaryBox(clock(active), std::string("with activity, ") + share);
-  out += summaryBox(took, std::string("to scan, ") + fps + " frames/s");
+  // The one thing that differs between two scans of the same clips.
+  out += "<div class=\"timing\"><b>" + std::string(took) + "</b><span>of scanning, " + fps +
+         " frames/s a job</span></div>";
   out += "</div>\n";
   if (!problems.empty()) {
     out += "<div class=\"problems\"><b>Clips with something to say</b><ul>";
@@ -312,8 +317,21 @@ void printScanText(const ClipScan& scan, std::ostream& out) {
 
 namespace {
 
-bool write(const std::string& path, const std::string& text, std::ostream& err) {
-  return writeFileAtomically(path, {text.begin(), text.end()}, err);
+bool write(toolkit::FileSystem& files, const std::string& path, const std::string& text,
+           std::ostream& err) {
+  try {
+    toolkit::replaceFile(
+        files, path,
+        [&](toolkit::WritableFile& file) {
+          file.writeAt(0, std::span(reinterpret_cast<const std::uint8_t*>(text.data()),
+                                    text.size()));
+        },
+        true);
+  } catch (const toolkit::RuntimeError& e) {
+    err << "hgvtool: cannot write " << path << ": " << e.description() << "\n";
+    return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -352,16 +370,16 @@ std::string scanJson(const ClipScan& scan) {
   return out + "]}";
 }
 
-bool writeScanReport(const std::string& folder, const std::vector<ClipScan>& scans,
-                     const ScanTotals& totals, std::ostream& err) {
+bool writeScanReport(toolkit::FileSystem& files, const std::string& folder,
+                     const std::vector<ClipScan>& scans, std::ostream& err) {
   std::string json = "[\n";
   for (std::size_t i = 0; i < scans.size(); ++i) {
     json += scanJson(scans[i]) + (i + 1 < scans.size() ? ",\n" : "\n");
   }
   json += "]\n";
-  return write(folder + "/events.json", json, err) &&
-         write(folder + "/events.csv", scanCsv(scans), err) &&
-         write(folder + "/index.html", scanHtml(scans, totals), err);
+  return write(files, folder + "/events.json", json, err) &&
+         write(files, folder + "/events.csv", scanCsv(scans), err) &&
+         write(files, folder + "/index.html", scanHtml(scans), err);
 }
 
 }  // namespace app

@@ -13,24 +13,18 @@
 
 namespace app {
 
-// What the whole run took, for the page.
-struct ScanTotals {
-  double seconds = 0;
-  long long frames = 0;  // frames the searches stepped onto
-};
-
 // One clip as one JSON object on one line: {"clip", "opened", "ended", "TotalFrames",
 // "frame_rate", "duration_s", "boxes", "motion": [...], "events": [...]}.
 std::string scanJson(const ClipScan& scan);
 // A header, then one row per event of every clip.
 std::string scanCsv(const std::vector<ClipScan>& scans);
-std::string scanHtml(const std::vector<ClipScan>& scans, const ScanTotals& totals);
+std::string scanHtml(const std::vector<ClipScan>& scans);
 
-// Writes index.html, events.csv and events.json into `folder`, each whole or not at all; the
-// thumbnails and event clips are already there. False, with the reason on `err`, when a file
-// cannot be written.
-bool writeScanReport(const std::string& folder, const std::vector<ClipScan>& scans,
-                     const ScanTotals& totals, std::ostream& err);
+// Writes index.html, events.csv and events.json of `scans` (the records of the journal, sorted by
+// path) into `folder`, each whole or not at all and on the disk; the thumbnails and event clips
+// are already there. False, with the reason on `err`, when a file cannot be written.
+bool writeScanReport(toolkit::FileSystem& files, const std::string& folder,
+                     const std::vector<ClipScan>& scans, std::ostream& err);
 
 // The clip's line and a table of its events: event, start, end, duration.
 void printScanText(const ClipScan& scan, std::ostream& out);

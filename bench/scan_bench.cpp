@@ -5,9 +5,14 @@
 // command runs, clips side by side on the cores (--jobs), against one thread of libjpeg-turbo
 // decoding every frame once; both in alternating rounds, the best round of each counting.
 //
+// Then the peak memory of a scan in a process of its own, for a short clip, the longest clip
+// there is and a folder of a thousand clips: it must not grow with either.
+//
 // The last lines are "scan_vs_decode 1280x720 jobs=N RATIO": the scan's frames per second over
 // those of decoding alone, for one job and for all cores.
 
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <turbojpeg.h>
 #include <unistd.h>
 
@@ -41,6 +46,57 @@ double secondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
+// A scan with a report into `out`, in a process of its own, so that its peak memory is its own:
+// the peak resident set in MB, and the seconds it took.
+std::pair<double, double> scanAlone(const std::string& clips, const std::string& out) {
+  const auto start = Clock::now();
+  const pid_t child = ::fork();
+  if (child == 0) {
+    std::ostringstream quiet;
+    ::_exit(app::runScan({clips, "--out", out, "--jobs", "2"}, quiet, quiet));
+  }
+  int status = 0;
+  struct rusage usage {};
+  ::wait4(child, &status, 0, &usage);
+  return {usage.ru_maxrss / 1024.0, secondsSince(start)};
+}
+
+// How the scan's memory grows with a clip's length and with the number of clips: a clip of 1,000
+// frames, one of 32,767 (the longest there is) and a folder of 1,000 clips of 10 frames.
+void memoryFigures(const std::filesystem::path& folder, toolkit::PosixFileSystem& fs) {
+  constexpr int kSmall = 160, kSmallHeight = 120;
+  std::vector<std::vector<std::uint8_t>> cycle;
+  const toolkit::SyntheticScene scene({kSmall, kSmallHeight, 9, 8, 40, 2});
+  for (int i = 0; i < 64; ++i) cycle.push_back(toolkit::encodeJpeg(scene.frame(i)));
+  const auto clipOf = [&](int frames) {
+    std::vector<std::vector<std::uint8_t>> jpegs;
+    for (int i = 0; i < frames; ++i) jpegs.push_back(cycle[static_cast<std::size_t>(i) % 64]);
+    return jpegs;
+  };
+  std::filesystem::create_directories(folder / "many");
+  clip::writeClip(fs, (folder / "long1000.hgv").string(), kSmall, kSmallHeight, clipOf(1000));
+  clip::writeClip(fs, (folder / "long32767.hgv").string(), kSmall, kSmallHeight, clipOf(32767));
+  const auto ten = clipOf(10);
+  for (int i = 0; i < 1000; ++i) {
+    char name[32];
+    std::snprintf(name, sizeof name, "clip%04d.hgv", i);
+    clip::writeClip(fs, (folder / "many" / name).string(), kSmall, kSmallHeight, ten);
+  }
+  const struct {
+    const char* what;
+    std::string path;
+    long long frames;
+  } cases[] = {{"a clip of 1,000 frames", (folder / "long1000.hgv").string(), 1000},
+               {"a clip of 32,767 frames", (folder / "long32767.hgv").string(), 32767},
+               {"1,000 clips of 10 frames", (folder / "many").string(), 10000}};
+  std::printf("%dx%d, --jobs 2, with a report\n", kSmall, kSmallHeight);
+  for (const auto& c : cases) {
+    const auto [megabytes, seconds] = scanAlone(c.path, (folder / "out").string());
+    std::printf("  %-28s peak %6.1f MB  %8.0f frames/s\n", c.what, megabytes, c.frames / seconds);
+    std::filesystem::remove_all(folder / "out");
+  }
+}
+
 }  // namespace
 
 int main() {
@@ -48,6 +104,8 @@ int main() {
                       ("hg-scan-bench-" + std::to_string(static_cast<long>(::getpid())));
   std::filesystem::create_directories(folder / "card");
   toolkit::PosixFileSystem fs;
+  // First, while this process is small: a child's peak counts the pages it shares with it.
+  memoryFigures(folder / "memory", fs);
   std::vector<std::vector<std::uint8_t>> all;
   for (int c = 0; c < kClips; ++c) {
     toolkit::SceneOptions options;

@@ -109,7 +109,7 @@ TEST(ScanEventsTest, DurationsAreSecondsOrFramesAndNothingElse) {
 TEST(JsonValueTest, ReadsBackWhatTheToolWrites) {
   const auto v = JsonValue::parse(
       R"({"clip": "a\"b\\c\u0001\u00e9", "n": -12, "x": 0.25, "ok": true, "none": null,)"
-      R"( "list": [[1, 2], []], "raw": "é"})");
+      R"( "list": [[1, 2], []], "raw": "é", "ns": 1795442643858102861})");
   ASSERT_TRUE(v.has_value());
   EXPECT_EQ((*v)["clip"].string(), std::string("a\"b\\c\x01\xc3\xa9"));
   EXPECT_EQ((*v)["n"].integer(), -12);
@@ -119,6 +119,7 @@ TEST(JsonValueTest, ReadsBackWhatTheToolWrites) {
   EXPECT_TRUE((*v)["missing"].isNull());
   EXPECT_EQ((*v)["list"].array()[0].array()[1].integer(), 2);
   EXPECT_EQ((*v)["raw"].string(), "é");
+  EXPECT_EQ((*v)["ns"].integer(), 1795442643858102861) << "beyond what a double holds";
   for (const char* bad : {"", "{", R"({"a": 1,})", R"({"a" 1})", "[1] 2", "nul", R"("\x")",
                           "{\"a\": \"cut"}) {
     EXPECT_FALSE(JsonValue::parse(bad).has_value()) << bad;

@@ -48,6 +48,7 @@ class FaultyFileSystem : public toolkit::FileSystem {
       m_real->writeAt(offset, data);
     }
     void truncate(std::int64_t length) override { m_real->truncate(length); }
+    void sync() override { m_real->sync(); }
 
    private:
     FaultyFileSystem& m_fs;

@@ -67,6 +67,9 @@ class PosixWritableFile : public WritableFile {
   void truncate(std::int64_t length) override {
     if (::ftruncate(m_fd.get(), static_cast<off_t>(length)) != 0) throwFileError(errno, true);
   }
+  void sync() override {
+    if (::fsync(m_fd.get()) != 0) throwFileError(errno, true);
+  }
 
  private:
   Fd m_fd;
@@ -136,13 +139,14 @@ void writeWholeFile(FileSystem& fs, const std::string& path, std::span<const std
 }
 
 void replaceFile(FileSystem& fs, const std::string& path,
-                 const std::function<void(WritableFile&)>& write) {
+                 const std::function<void(WritableFile&)>& write, bool durable) {
   const std::string temporary = path + ".part";
   try {
     {
       auto file = fs.openWrite(temporary);
       file->truncate(0);
       write(*file);
+      if (durable) file->sync();
     }
     fs.rename(temporary, path);
   } catch (...) {

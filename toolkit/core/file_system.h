@@ -27,6 +27,8 @@ class WritableFile {
   virtual void writeAt(std::int64_t offset, std::span<const std::uint8_t> data) = 0;
   // Cuts the file to its first `length` bytes.
   virtual void truncate(std::int64_t length) = 0;
+  // Puts what was written on the disk before it returns (fsync), so that it survives a crash.
+  virtual void sync() {}
 };
 
 class FileSystem {
@@ -66,9 +68,10 @@ void writeWholeFile(FileSystem& fs, const std::string& path, std::span<const std
 void discardFile(FileSystem& fs, const std::string& path);
 
 // Lets `write` fill a temporary file beside `path` ("<path>.part") and puts it in the place of
-// `path` only when `write` has returned. Whatever `write` or the file system throws is rethrown
-// after the temporary file is removed; the file at `path` is then as it was.
+// `path` only when `write` has returned; `durable` syncs it to the disk first. Whatever `write` or
+// the file system throws is rethrown after the temporary file is removed; the file at `path` is
+// then as it was.
 void replaceFile(FileSystem& fs, const std::string& path,
-                 const std::function<void(WritableFile&)>& write);
+                 const std::function<void(WritableFile&)>& write, bool durable = false);
 
 }  // namespace toolkit

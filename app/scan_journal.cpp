@@ -1,0 +1,91 @@
+#include "app/scan_journal.h"
+
+#include <algorithm>
+#include <map>
+
+#include "app/json_value.h"
+#include "app/scan_record.h"
+#include "toolkit/core/runtime_error.h"
+
+namespace app {
+namespace {
+
+// The records of the journal's bytes, and how many bytes of whole lines there are.
+std::vector<ClipScan> parse(const std::string& bytes, std::int64_t& wholeBytes) {
+  std::vector<ClipScan> records;
+  std::size_t start = 0;
+  wholeBytes = 0;
+  for (std::size_t end; (end = bytes.find('\n', start)) != std::string::npos; start = end + 1) {
+    const auto value = JsonValue::parse(std::string_view(bytes).substr(start, end - start));
+    std::optional<ClipScan> record = value ? recordOf(*value) : std::nullopt;
+    // A damaged line inside the journal is passed over; its clip has no record and is scanned.
+    if (record) records.push_back(std::move(*record));
+    wholeBytes = static_cast<std::int64_t>(end + 1);
+  }
+  return records;
+}
+
+std::string journalPath(const std::string& folder) { return folder + "/scan.jsonl"; }
+
+}  // namespace
+
+ScanJournal::ScanJournal(toolkit::FileSystem& files, const std::string& folder)
+    : m_files(files), m_path(journalPath(folder)) {}
+
+void ScanJournal::open(bool resume) {
+  m_stamps.clear();
+  m_length = 0;
+  if (resume && m_files.exists(m_path)) {
+    const std::string bytes = toolkit::readWholeFile(m_files, m_path);
+    for (const ClipScan& record : parse(bytes, m_length)) m_stamps[record.clip] = record.stamp;
+    if (m_length < static_cast<std::int64_t>(bytes.size())) {
+      m_files.openWrite(m_path)->truncate(m_length);
+    }
+    return;
+  }
+  auto file = m_files.openWrite(m_path);
+  file->truncate(0);
+  file->sync();
+}
+
+bool ScanJournal::done(const std::string& clip, const FileStamp& stamp) const {
+  const auto it = m_stamps.find(clip);
+  return it != m_stamps.end() && it->second == stamp && stamp.size >= 0;
+}
+
+void ScanJournal::append(const ClipScan& scan) {
+  const std::string line = recordLine(scan) + "\n";
+  try {
+    auto file = m_files.openWrite(m_path);
+    file->writeAt(m_length, std::span(reinterpret_cast<const std::uint8_t*>(line.data()),
+                                      line.size()));
+    file->sync();
+  } catch (const toolkit::RuntimeError&) {
+    try {
+      m_files.openWrite(m_path)->truncate(m_length);
+    } catch (const toolkit::RuntimeError&) {
+      // A later --resume cuts a part of a line off all the same.
+    }
+    throw;
+  }
+  m_length += static_cast<std::int64_t>(line.size());
+  m_stamps[scan.clip] = scan.stamp;
+}
+
+std::vector<ClipScan> readJournal(toolkit::FileSystem& files, const std::string& folder) {
+  const std::string path = journalPath(folder);
+  if (!files.exists(path)) return {};
+  std::int64_t whole = 0;
+  return latestRecords(parse(toolkit::readWholeFile(files, path), whole));
+}
+
+std::vector<ClipScan> latestRecords(const std::vector<ClipScan>& records) {
+  std::map<std::string, const ClipScan*> latest;
+  for (const ClipScan& record : records) latest[record.clip] = &record;
+  std::vector<ClipScan> out;
+  out.reserve(latest.size());
+  for (const auto& entry : latest) out.push_back(*entry.second);
+  return out;
+}
+
+}  // namespace app

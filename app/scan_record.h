@@ -1,0 +1,26 @@
+#pragma once
+
+// A clip's scan as one line of DIR/scan.jsonl: the object events.json holds for the clip, and
+// beside it what a later run needs to take the line for the clip again: the clip file's size and
+// modification time (a changed clip is scanned anew), its frame duration (every time of the
+// report comes back from the line alone) and how long its scan took.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "app/clip_scan.h"
+#include "app/json_value.h"
+
+namespace app {
+
+// The clip's whole line, without its line break.
+std::string recordLine(const ClipScan& scan);
+
+// The scan a line holds; nullopt for a line that is not a whole record.
+std::optional<ClipScan> recordOf(const JsonValue& line);
+
+// The size and modification time of the file at `path`; size -1 when there is none.
+FileStamp stampOf(const std::string& path);
+
+}  // namespace app
