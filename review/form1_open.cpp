@@ -17,9 +17,13 @@ constexpr float kScrollBarTwips = 300;
 
 }  // namespace
 
+bool Form1::canOpenClip() const {
+  if (SearchingForward != kFalse || SearchingBack != kFalse) return false;
+  return !(OpenSaveFile.ClipOpen != kFalse && DrawRectangle.SearchAreaEditing != kFalse);
+}
+
 void Form1::imgFile_Click() {
-  if (SearchingForward != kFalse || SearchingBack != kFalse) return;
-  if (OpenSaveFile.ClipOpen != kFalse && DrawRectangle.SearchAreaEditing != kFalse) return;
+  if (!canOpenClip()) return;
   try {
     dlgOpenAVI->Filter = kClipFilter;
     dlgOpenAVI->FilterIndex = 1;
@@ -27,9 +31,15 @@ void Form1::imgFile_Click() {
     dlgOpenAVI->FileName = "";
     dlgOpenAVI->ShowOpen();
     if (dlgOpenAVI->FileName.size() < 3) return;
-    if (review::OpenClipFile(session, dlgOpenAVI->FileName) != review::OpenResult::Extracted) {
-      return;
-    }
+    OpenClip(dlgOpenAVI->FileName);
+  } catch (const toolkit::RuntimeError& e) {
+    MsgBox(toolkit::errorBoxText(review::kOpenHandlerName, e), toolkit::MsgIcon::Critical);
+  }
+}
+
+bool Form1::OpenClip(const std::string& path) {
+  try {
+    if (review::OpenClipFile(session, path) != review::OpenResult::Extracted) return false;
 
     picShowAVI->Visible = true;
     picBase->ScaleMode = ScaleUnit::Twips;
@@ -65,13 +75,14 @@ void Form1::imgFile_Click() {
       UpdateBarPosition();
       lblImageID->Visible = true;
       measurePicture();
-      if (largerThanView()) {
+      m_smallClip = !largerThanView();
+      if (!m_smallClip) {
         measure();
         paintFitted();
         FirstClipPending = kFalse;
       }
       InitSearchArea();
-      return;
+      return true;
     }
 
     picBase->ScaleMode = ScaleUnit::Twips;
@@ -87,14 +98,17 @@ void Form1::imgFile_Click() {
     }
     MarkedPicturePath.clear();
     measure();
-    if (largerThanView()) paintFitted();
+    m_smallClip = !largerThanView();
+    if (!m_smallClip) paintFitted();
     OpenSaveFile.ZoomActive = kFalse;
     StopPlayback();
     OpenSaveFile.CurrentFrame = 0;
     UpdateBarPosition();
     InitSearchArea();
+    return true;
   } catch (const toolkit::RuntimeError& e) {
     MsgBox(toolkit::errorBoxText(review::kOpenHandlerName, e), toolkit::MsgIcon::Critical);
+    return false;
   }
 }
 

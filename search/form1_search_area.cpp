@@ -25,8 +25,10 @@ search::PixelSize Form1::clipSize() const {
 }
 
 search::PixelSize Form1::searchViewSize() {
-  // The view is the control frames are fitted to: picBase at fit, picShowAVI while zoomed.
-  toolkit::PictureBox& view = OpenSaveFile.ZoomActive != toolkit::kFalse ? *picShowAVI : *picBase;
+  // The view is the control frames are fitted to: picBase at fit, picShowAVI while zoomed, and
+  // picShowAVI too when a small clip is shown at its natural size.
+  const bool shown = OpenSaveFile.ZoomActive != toolkit::kFalse || showsNaturalSize();
+  toolkit::PictureBox& view = shown ? *picShowAVI : *picBase;
   return {rounded(view.ScaleWidth), rounded(view.ScaleHeight)};
 }
 
@@ -44,6 +46,8 @@ void Form1::InitSearchArea() {
   pixelsOn(*picBase, *picShowAVI);
   DrawRectangle.InitSearchArea({rounded(picBase->ScaleWidth), rounded(picBase->ScaleHeight)},
                                clipSize());
+  // The same shares of the opening, drawn on the small picture where it stands.
+  if (showsNaturalSize()) DrawRectangle.RefreshSearchBox(searchViewSize());
 }
 
 void Form1::RefreshSearchBox() {
@@ -56,7 +60,7 @@ void Form1::RestoreDefaultBox() {
   pixelsOn(*picBase, *picShowAVI);
   DrawRectangle.RestoreDefaultBox(
       {rounded(picBase->ScaleWidth), rounded(picBase->ScaleHeight)},
-      OpenSaveFile.ZoomActive != toolkit::kFalse,
+      OpenSaveFile.ZoomActive != toolkit::kFalse || showsNaturalSize(),
       {rounded(picShowAVI->ScaleWidth), rounded(picShowAVI->ScaleHeight)}, clipSize());
   ShowSearchBox(DrawRectangle.DefaultBox);
 }

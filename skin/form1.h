@@ -106,11 +106,19 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
 
   // Opening a clip (review/).
   void imgFile_Click();
+  // What the folder button does once the file is chosen: the same checks, boxes and state. True
+  // when the clip is open on frame 0.
+  bool OpenClip(const std::string& path);
+  // The folder button would act now: no search runs and no search area is being chosen.
+  bool canOpenClip() const;
 
   // Frame presentation, zoom and pan (view/).
   void ShowCurrentFrame() override;
   // What ShowCurrentFrame paints: `picture` by the fit or the zoom path.
   void ShowPicture(const toolkit::Picture& picture);
+  // The clip's frame 0 fitted into the opening at its natural size, and no zoom magnifies it:
+  // every frame is shown whole at that size. Zooming in starts from the opening, as for any clip.
+  bool showsNaturalSize() const { return m_smallClip && ZoomPercent < Integer(120); }
   // The picture of the file at `path`, taken from the frame's own value when it is "Temp.jpg".
   toolkit::Picture FramePicture(const std::string& path);
   // The show step: ShowCurrentFrame if the file CurrentFrameFile exists.
@@ -197,6 +205,8 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
 
   // Form_Load found another running copy: this one ends without touching anything.
   bool m_endingSecondCopy = false;
+  // The open clip's frame 0 is no larger than the opening.
+  bool m_smallClip = false;
 };
 
 }  // namespace skin

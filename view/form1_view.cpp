@@ -46,13 +46,16 @@ void Form1::ShowPicture(const toolkit::Picture& picture) {
   picShowAVI->ScaleMode = ScaleUnit::Twips;
   const float pictureWidth = OpenSaveFile.PictureWidth.value();
   const float pictureHeight = OpenSaveFile.PictureHeight.value();
+  // A clip smaller than the opening is shown whole at its natural size, as its frame 0 was.
+  const bool natural = showsNaturalSize();
 
   if (OpenSaveFile.ZoomActive == kFalse) {
     // The box keeps the picture's natural size; only its top left part, the whole picture
     // stretched to the opening, is seen.
     picShowAVI->Picture = picture;
-    picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, picBase->Width, picBase->Height, 0, 0,
-                             pictureWidth, pictureHeight);
+    picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, natural ? pictureWidth : picBase->Width,
+                             natural ? pictureHeight : picBase->Height, 0, 0, pictureWidth,
+                             pictureHeight);
     return;
   }
 
@@ -65,8 +68,8 @@ void Form1::ShowPicture(const toolkit::Picture& picture) {
   picShowAVI->Height = pictureHeight;
   picShowAVI->Width = pictureWidth;
   picShowAVI->Picture = picture;
-  const float displayWidth = SeparateMJPG.DisplayWidth.value();
-  const float displayHeight = SeparateMJPG.DisplayHeight.value();
+  const float displayWidth = natural ? pictureWidth : SeparateMJPG.DisplayWidth.value();
+  const float displayHeight = natural ? pictureHeight : SeparateMJPG.DisplayHeight.value();
   picShowAVI->Height = displayHeight;
   picShowAVI->Width = displayWidth;
   picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, displayWidth, displayHeight, 0, 0,

@@ -70,9 +70,12 @@ void Form1::ApplyZoom(Integer& Zoom) {
       ShowUndecodableFrame();
     } else {
       picShowAVI->Picture = picture;
-      picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, SeparateMJPG.DisplayWidth.value(),
-                               SeparateMJPG.DisplayHeight.value(), 0, 0, picShowAVI->Width,
-                               picShowAVI->Height);
+      const bool natural = showsNaturalSize();
+      picShowAVI->PaintPicture(
+          picShowAVI->Picture, 0, 0,
+          natural ? picShowAVI->Width : static_cast<float>(SeparateMJPG.DisplayWidth.value()),
+          natural ? picShowAVI->Height : static_cast<float>(SeparateMJPG.DisplayHeight.value()), 0,
+          0, picShowAVI->Width, picShowAVI->Height);
       OpenSaveFile.ZoomActive = kFalse;
     }
   } else if (level > 1) {

@@ -166,3 +166,68 @@ TEST_F(ZoomTest, TheButtonsDoNothingWithoutAClipWhileTheAreaIsChosenOrDuringASea
 }
 
 }  // namespace
+
+namespace {
+
+// A clip smaller than the opening: every frame as frame 0 came, whole at its natural size.
+class SmallClipTest : public testing_support::WindowFixture {
+ protected:
+  skin::Form1& openSmall(int frames = 6) {
+    start();
+    open(makeClip("small.HGV", frames, 160, 120));
+    return form();
+  }
+  QImage natural(int index) {
+    return testing_support::stretchReference(*toolkit::decodeJpeg(jpegOf(index)), 160, 120, 160,
+                                             120, QRect(0, 0, 160, 120));
+  }
+  void expectWhole(int index) {
+    EXPECT_EQ(form().picShowAVI->widthTwips(), 160 * 15.0f);
+    EXPECT_EQ(form().picShowAVI->heightTwips(), 120 * 15.0f);
+    EXPECT_EQ(form().picShowAVI->shownPart(QRect(0, 0, 160, 120)), natural(index));
+  }
+};
+
+TEST_F(SmallClipTest, StepsPlaybackAndTheEndShowTheWholePicture) {
+  skin::Form1& f = openSmall();
+  expectWhole(0);
+  f.imgRightStep_Click();
+  expectWhole(1);
+  f.imgRightPlay_Click();
+  f.tmrControlDisplay->tick();
+  expectWhole(2);
+  f.imgEnd_Click();
+  expectWhole(5);
+  f.imgLeftStep_Click();
+  expectWhole(4);
+}
+
+// Zooming in starts from the opening, as for any clip, and zooming back shows the natural size.
+TEST_F(SmallClipTest, ZoomStartsFromTheOpeningAndReturnsToTheNaturalSize) {
+  skin::Form1& f = openSmall();
+  f.imgZoomIn_Click();
+  EXPECT_EQ(f.picShowAVI->widthTwips(), 2 * 8970.0f);
+  EXPECT_EQ(visibleView(), expectedZoom(0));
+  f.imgZoomOut_Click();  // 110: back to the fit
+  expectWhole(0);
+  f.imgRightStep_Click();
+  expectWhole(1);
+  f.imgZoomOut_Click();  // 100, on the zoom path
+  f.imgRightStep_Click();
+  expectWhole(2);
+}
+
+TEST_F(SmallClipTest, TheSearchBoxLiesOnThePictureAndItsAreaIsWhatItCovers) {
+  skin::Form1& f = openSmall();
+  const toolkit::Rect area = f.DrawRectangle.SearchArea;
+  const toolkit::Rect box = f.DrawRectangle.SearchBox;
+  EXPECT_GT(box.Right, box.Left);
+  EXPECT_LE(box.Right, toolkit::Long(160)) << "on the picture, not on the empty opening";
+  EXPECT_LE(box.Bottom, toolkit::Long(120));
+  // The picture is shown at its own size: the box in pixels of the view is the area in pixels of
+  // the picture, give or take the rounding of the shares.
+  EXPECT_LE(std::abs(area.Left.value() - box.Left.value()), 1);
+  EXPECT_LE(std::abs(area.Bottom.value() - box.Bottom.value()), 1);
+}
+
+}  // namespace
