@@ -164,4 +164,36 @@ TEST_F(WindowsTest, TheDialogsHaveTheirStoredControls) {
   EXPECT_EQ(shot.pixel(5, 5), qRgb(0, 128, 128));
 }
 
+// Our fonts are not the original's: a caption too wide or too long for its stored box is fitted
+// to it, never cut, in every window.
+TEST_F(WindowsTest, EveryLabelsCaptionFitsItsBox) {
+  start();
+  m_windows.frmExportVideo.Show();
+  m_windows.frmSetting.Show();
+  m_windows.frmWait.Show();
+  int labels = 0;
+  for (toolkit::Form* form : std::vector<toolkit::Form*>{&m_windows.Form1, &m_windows.frmExportVideo,
+                                                          &m_windows.frmSetting, &m_windows.frmWait}) {
+    for (toolkit::Control* control : form->controls()) {
+      auto* label = dynamic_cast<toolkit::Label*>(control);
+      if (!label || label->Caption().empty()) continue;
+      SCOPED_TRACE(form->name() + " " + label->name());
+      ++labels;
+      const QRect box(QPoint(0, 0), label->widget()->size());
+      const QString text = QString::fromStdString(label->Caption());
+      const QFontMetrics metrics(label->fittedFont());
+      const QRect needed = metrics.boundingRect(box, label->textFlags(), text);
+      EXPECT_LE(needed.height(), box.height());
+      if (label->textFlags() & Qt::TextWordWrap) {
+        EXPECT_LE(needed.width(), box.width());
+      } else {
+        EXPECT_LE(metrics.horizontalAdvance(text), box.width());
+      }
+      EXPECT_GE(label->fittedFont().stretch() == 0 ? 100 : label->fittedFont().stretch(), 50)
+          << "narrowed at most to half";
+    }
+  }
+  EXPECT_GE(labels, 10);
+}
+
 }  // namespace

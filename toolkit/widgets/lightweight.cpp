@@ -88,25 +88,46 @@ void Label::fitToCaption() {
                    metrics.height() * kTwipsPerPixel);
 }
 
+int Label::textFlags() const {
+  const QFontMetrics metrics(widget()->font());
+  const bool wraps = !m_autoSize && widget()->height() >= 2 * metrics.height();
+  return Qt::AlignLeft | Qt::AlignTop | (wraps ? Qt::TextWordWrap : 0);
+}
+
+QFont Label::fittedFont() const {
+  // Our fonts' metrics differ from the original's, and a caption that ran a little past its box
+  // is fitted to it rather than cut: a line is narrowed, wrapped lines are made smaller.
+  QFont font = widget()->font();
+  const QString text = QString::fromStdString(m_caption);
+  const QRect area(QPoint(0, 0), widget()->size());
+  if (text.isEmpty() || area.isEmpty()) return font;
+  if ((textFlags() & Qt::TextWordWrap) == 0) {
+    const int needed = QFontMetrics(font).horizontalAdvance(text);
+    if (needed > area.width()) font.setStretch(std::max(50, 100 * area.width() / needed));
+    return font;
+  }
+  const bool pixels = font.pixelSize() > 0;
+  const double full = pixels ? font.pixelSize() : font.pointSizeF();
+  for (int step = 1; step <= 10; ++step) {
+    if (QFontMetrics(font).boundingRect(area, textFlags(), text).height() <= area.height()) break;
+    const double size = full * (1.0 - 0.05 * step);
+    if (pixels) {
+      font.setPixelSize(std::max(1, static_cast<int>(size)));
+    } else {
+      font.setPointSizeF(size);
+    }
+  }
+  return font;
+}
+
 void Label::paint(QPainter& painter, const QRect& rect) {
   if (m_backStyle == LabelBackStyle::Opaque) painter.fillRect(rect, toQColor(m_backColor));
   QColor fore = toQColor(m_foreColor);
   if (!widget()->isEnabled()) fore = QColor(128, 128, 128);
   painter.setPen(fore);
-  QFont font = widget()->font();
-  QString text = QString::fromStdString(m_caption);
-  QRect area(QPoint(0, 0), widget()->size());
-  QFontMetrics metrics(font);
-  int flags = Qt::AlignLeft | Qt::AlignTop;
-  if (!m_autoSize && area.height() >= 2 * metrics.height()) {
-    flags |= Qt::TextWordWrap;
-  } else if (int needed = metrics.horizontalAdvance(text); needed > area.width() && needed > 0) {
-    // A one-line label whose text runs a little past its width (font metrics differ from the
-    // original's) is narrowed to fit rather than cut.
-    font.setStretch(std::max(50, 100 * area.width() / needed));
-  }
-  painter.setFont(font);
-  painter.drawText(area, flags, text);
+  painter.setFont(fittedFont());
+  painter.drawText(QRect(QPoint(0, 0), widget()->size()), textFlags(),
+                   QString::fromStdString(m_caption));
 }
 
 Shape::Shape(Form& form, std::string name, Control* container)

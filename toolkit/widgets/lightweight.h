@@ -3,6 +3,7 @@
 // The lightweight controls: images, labels and shapes. They are painted on their container, below
 // every windowed control of it.
 
+#include <QFont>
 #include <string>
 
 #include "toolkit/widgets/control.h"
@@ -71,6 +72,12 @@ class Label : public Control {
 
   void setFont(const FontSpec& font);
   bool windowed() const override { return false; }
+
+  // The font the caption is painted in: the label's own, narrowed or made smaller where the
+  // caption would not fit its box otherwise.
+  QFont fittedFont() const;
+  // How it is laid out: top left, and wrapped when the box holds two lines or more.
+  int textFlags() const;
 
  protected:
   void paint(QPainter& painter, const QRect& rect) override;
