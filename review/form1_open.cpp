@@ -1,3 +1,5 @@
+#include <QApplication>
+
 #include "review/open_clip.h"
 #include "skin/form1.h"
 
@@ -110,6 +112,59 @@ bool Form1::OpenClip(const std::string& path) {
     MsgBox(toolkit::errorBoxText(review::kOpenHandlerName, e), toolkit::MsgIcon::Critical);
     return false;
   }
+}
+
+Form1::~Form1() = default;
+
+void Form1::OpenFromOutside(const std::string& path, std::optional<int> frame) {
+  if (!m_pendingOpen) {
+    m_pendingOpen = std::make_unique<PendingOpen>();
+    m_pendingOpen->timer.setInterval(100);
+    QObject::connect(&m_pendingOpen->timer, &QTimer::timeout, [this] { openPending(); });
+  }
+  // A later request takes the place of one still waiting.
+  m_pendingOpen->path = path;
+  m_pendingOpen->frame = frame;
+  m_pendingOpen->timer.start();
+  openPending();
+}
+
+void Form1::openPending() {
+  if (!m_pendingOpen || !m_pendingOpen->timer.isActive()) return;
+  const bool free = loaded() && Enabled && canOpenClip() && !QApplication::activeModalWidget();
+  if (!free) return;
+  m_pendingOpen->timer.stop();
+  const std::string path = m_pendingOpen->path;
+  const std::optional<int> frame = m_pendingOpen->frame;
+  host().dispatch([this, path, frame] {
+    // What the open dialog checks before it hands over a typed name.
+    if (!FileExists(path)) {
+      MsgBox(path + "\nFile not found.\nCheck the file name and try again.",
+             toolkit::MsgIcon::Critical, std::string("Warning"));
+      return;
+    }
+    if (OpenClip(path) && frame) GoToFrame(*frame);
+  });
+}
+
+void Form1::GoToFrame(int frame) {
+  const int total = OpenSaveFile.TotalFrames.value();
+  if (frame < 0 || frame >= total) {
+    MsgBox("\"" + OpenSaveFile.ClipFileName + "\" has frames 0 to " + std::to_string(total - 1) +
+               ": there is no frame " + std::to_string(frame) + ".",
+           toolkit::MsgIcon::Critical, std::string("Warning"));
+    return;
+  }
+  MarkedPicturePath.clear();
+  guardTransport([this, frame] { JumpTo(frame); });
+}
+
+void Form1::BringToFront() {
+  QWidget* w = window();
+  if (!w || !loaded()) return;
+  if (w->isMinimized()) w->showNormal();
+  w->raise();
+  w->activateWindow();
 }
 
 }  // namespace skin

@@ -5,7 +5,10 @@
 // them: start-up, shutdown and opening in review/, the view and the transport in view/, the
 // search in search/, the export button in export/.
 
+#include <QTimer>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +27,13 @@ using toolkit::Long;
 using toolkit::Single;
 
 class Windows;
+// A clip from outside and the frame to show, and the clock that looks each tenth of a second
+// whether the folder button is free.
+struct PendingOpen {
+  std::string path;
+  std::optional<int> frame;
+  QTimer timer;
+};
 class frmExportVideo;
 class frmSetting;
 class frmWait;
@@ -33,6 +43,7 @@ class frmWait;
 class Form1 : public toolkit::Form, public review::Form1Fields, public search::SearchWindow {
  public:
   Form1(toolkit::Host& host, review::Session& session, Windows& windows);
+  ~Form1() override;
 
   // Module state and the other windows, by the names the handlers use. The search's state is the
   // window's own, beside the session.
@@ -111,6 +122,12 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
   bool OpenClip(const std::string& path);
   // The folder button would act now: no search runs and no search area is being chosen.
   bool canOpenClip() const;
+  // A clip from outside the window (the command line, a second start, a file dropped on it):
+  // opened as the folder button opens a chosen file, at the first moment the button would act
+  // (not during a search, not under a dialog), then shown at `frame` (from 0) when given.
+  void OpenFromOutside(const std::string& path, std::optional<int> frame = std::nullopt);
+  // Brings the window to the front, restored if it was minimised.
+  void BringToFront();
 
   // Frame presentation, zoom and pan (view/).
   void ShowCurrentFrame() override;
@@ -207,6 +224,13 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
   bool m_endingSecondCopy = false;
   // The open clip's frame 0 is no larger than the opening.
   bool m_smallClip = false;
+  // A clip from outside that waits for the folder button to be free.
+  std::unique_ptr<PendingOpen> m_pendingOpen;
+  void openPending();
+  // Shows frame `frame` of the open clip, as the timeline bar goes to a frame.
+  void GoToFrame(int frame);
+  // Stops playback and shows frame `frame`, the bar and the number following.
+  void JumpTo(int frame);
 };
 
 }  // namespace skin

@@ -7,6 +7,7 @@ namespace {
 
 using toolkit::ImageControl;
 using toolkit::RGB;
+using toolkit::kFalse;
 
 toolkit::Picture art(SkinPicture picture) { return toolkit::Picture(paintSkinPicture(picture)); }
 
@@ -152,6 +153,30 @@ void Form1::createControls() {
 }
 
 void Form1::wireEvents() {
+  // Keys do what their buttons do, with the same guards.
+  addKey(QKeySequence(Qt::Key_Space), [this] {
+    const bool running = PlayingForward != kFalse || PlayingBack != kFalse ||
+                         SearchingForward != kFalse || SearchingBack != kFalse;
+    running ? imgPausePlay_Click() : imgRightPlay_Click();
+  });
+  for (const int key : {Qt::Key_Period, Qt::Key_Right}) {
+    addKey(QKeySequence(key), [this] { imgRightStep_Click(); });
+  }
+  for (const int key : {Qt::Key_Comma, Qt::Key_Left}) {
+    addKey(QKeySequence(key), [this] { imgLeftStep_Click(); });
+  }
+  addKey(QKeySequence(Qt::Key_Home), [this] { imgBegin_Click(); });
+  addKey(QKeySequence(Qt::Key_End), [this] { imgEnd_Click(); });
+  addKey(QKeySequence(Qt::Key_BracketRight), [this] { imgRightSearch_Click(); });
+  addKey(QKeySequence(Qt::Key_BracketLeft), [this] { imgLeftSearch_Click(); });
+  for (const int key : {Qt::Key_Plus, Qt::Key_Equal}) {
+    addKey(QKeySequence(key), [this] { imgZoomIn_Click(); });
+  }
+  addKey(QKeySequence(Qt::Key_Minus), [this] { imgZoomOut_Click(); });
+  addKey(QKeySequence(Qt::CTRL | Qt::Key_O), [this] { imgFile_Click(); });
+  addKey(QKeySequence(Qt::CTRL | Qt::Key_S), [this] { imgSave_Click(); });
+  onFileDropped = [this](const std::string& path) { OpenFromOutside(path); };
+
   imgFile->onClick = [this] { imgFile_Click(); };
   imgSetting->onClick = [this] { imgSetting_Click(); };
   imgSave->onClick = [this] { imgSave_Click(); };

@@ -58,27 +58,22 @@ bool transportGuards(Form1& form) {
 
 void Form1::imgBegin_Click() {
   if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
-  guardTransport([this] {
-    StopPlayback();
-    OpenSaveFile.CurrentFrame = 0;
-    UpdateBarPosition();
-    OpenSaveFile.CurrentFrameFile =
-        SeparateMJPG.ExtractCurrentJpg(OpenSaveFile.ClipFileName, OpenSaveFile.CurrentFrame);
-    ShowStep();
-  });
+  guardTransport([this] { JumpTo(0); });
 }
 
 void Form1::imgEnd_Click() {
   if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
-  guardTransport([this] {
-    StopPlayback();
-    // The plain last frame number, not the end mark -1.
-    OpenSaveFile.CurrentFrame = OpenSaveFile.TotalFrames - Integer(1);
-    UpdateBarPosition();
-    OpenSaveFile.CurrentFrameFile =
-        SeparateMJPG.ExtractCurrentJpg(OpenSaveFile.ClipFileName, OpenSaveFile.CurrentFrame);
-    ShowStep();
-  });
+  // The plain last frame number, not the end mark -1.
+  guardTransport([this] { JumpTo(OpenSaveFile.TotalFrames.value() - 1); });
+}
+
+void Form1::JumpTo(int frame) {
+  StopPlayback();
+  OpenSaveFile.CurrentFrame = frame;
+  UpdateBarPosition();
+  OpenSaveFile.CurrentFrameFile =
+      SeparateMJPG.ExtractCurrentJpg(OpenSaveFile.ClipFileName, OpenSaveFile.CurrentFrame);
+  ShowStep();
 }
 
 void Form1::imgLeftStep_Click() {

@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
+#include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
 #include "toolkit/core/vb_types.h"
 
@@ -95,6 +99,22 @@ TEST(FileSystemTest, WritingKeepsTheTailOfALongerFile) {
   const std::uint8_t two[] = {9, 9};
   fs.openWrite(path)->writeAt(0, two);
   EXPECT_EQ(testing_support::readBytes(path), (std::vector<std::uint8_t>{9, 9, 3, 4, 5}));
+}
+
+// Scratch files go beside a program run from its build folder, and to the user's data folder for
+// an installed one, even where root could write /usr/bin.
+TEST(ProgramFolderTest, AnInstalledProgramKeepsItsScratchFilesInTheUsersDataFolder) {
+  testing_support::TempDir dir;
+  std::filesystem::create_directories(dir.file("build/app"));
+  std::filesystem::create_directories(dir.file("usr/bin"));
+  const char* before = std::getenv("XDG_DATA_HOME");
+  const std::string saved = before ? before : "";
+  ::setenv("XDG_DATA_HOME", dir.file("data").c_str(), 1);
+  EXPECT_EQ(programFolderFor(dir.file("build/app/harrowglen")), dir.file("build/app"));
+  EXPECT_EQ(programFolderFor(dir.file("usr/bin/harrowglen")), dir.file("data/harrowglen"));
+  EXPECT_TRUE(std::filesystem::is_directory(dir.file("data/harrowglen")));
+  EXPECT_EQ(programFolderFor(""), dir.file("data/harrowglen"));
+  before ? ::setenv("XDG_DATA_HOME", saved.c_str(), 1) : ::unsetenv("XDG_DATA_HOME");
 }
 
 }  // namespace

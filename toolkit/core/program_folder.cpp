@@ -8,13 +8,13 @@
 
 namespace toolkit {
 
-std::string defaultProgramFolder() {
+std::string programFolderFor(const std::string& executable) {
+  const std::filesystem::path dir = std::filesystem::path(executable).parent_path();
+  // An installed program (/usr/bin, ~/.local/bin) keeps no scratch files beside itself, even
+  // where its folder could be written, as by root.
+  const bool installed = dir.filename() == "bin";
+  if (!executable.empty() && !installed && ::access(dir.c_str(), W_OK) == 0) return dir.string();
   std::error_code ec;
-  auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
-  if (!ec) {
-    auto dir = exe.parent_path();
-    if (::access(dir.c_str(), W_OK) == 0) return dir.string();
-  }
   std::filesystem::path base;
   if (const char* xdg = std::getenv("XDG_DATA_HOME"); xdg && *xdg) {
     base = xdg;
@@ -23,9 +23,15 @@ std::string defaultProgramFolder() {
   } else {
     base = std::filesystem::temp_directory_path(ec);
   }
-  auto dir = base / "harrowglen";
-  std::filesystem::create_directories(dir, ec);
-  return dir.string();
+  auto data = base / "harrowglen";
+  std::filesystem::create_directories(data, ec);
+  return data.string();
+}
+
+std::string defaultProgramFolder() {
+  std::error_code ec;
+  const auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+  return programFolderFor(ec ? std::string() : exe.string());
 }
 
 std::string folderWithSeparator(const std::string& path) {

@@ -1,22 +1,48 @@
 #include "toolkit/widgets/form.h"
 
 #include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QGuiApplication>
 #include <QIcon>
+#include <QMimeData>
 #include <QPainter>
 #include <QScreen>
+#include <QShortcut>
+#include <QUrl>
 #include <QWidget>
 #include <algorithm>
 
 #include "toolkit/widgets/host.h"
 
 namespace toolkit {
+namespace {
+
+// The first local file among the URLs of a drag, or "".
+std::string droppedFile(const QMimeData* data) {
+  if (!data || !data->hasUrls()) return {};
+  for (const QUrl& url : data->urls()) {
+    if (url.isLocalFile()) return url.toLocalFile().toStdString();
+  }
+  return {};
+}
+
+}  // namespace
 
 class FormWindow : public QWidget {
  public:
-  explicit FormWindow(Form* form) : m_form(form) {}
+  explicit FormWindow(Form* form) : m_form(form) { setAcceptDrops(true); }
 
  protected:
+  void dragEnterEvent(QDragEnterEvent* event) override {
+    if (takesDrops() && !droppedFile(event->mimeData()).empty()) event->acceptProposedAction();
+  }
+  void dropEvent(QDropEvent* event) override {
+    const std::string file = droppedFile(event->mimeData());
+    if (!takesDrops() || file.empty()) return;
+    event->acceptProposedAction();
+    m_form->host().dispatch([this, file] { m_form->onFileDropped(file); });
+  }
   void paintEvent(QPaintEvent* event) override {
     QPainter painter(this);
     m_form->paintBackground(painter, event->rect());
@@ -28,6 +54,8 @@ class FormWindow : public QWidget {
   }
 
  private:
+  bool takesDrops() const { return m_form->onFileDropped && m_form->Enabled; }
+
   Form* m_form;
 };
 
@@ -77,6 +105,14 @@ void Form::adopt(std::unique_ptr<Control> control) {
   m_byName[control->name()] = control.get();
   m_order.push_back(control.get());
   m_current->controls.push_back(std::move(control));
+}
+
+void Form::addKey(const QKeySequence& keys, std::function<void()> handler) {
+  auto* shortcut = new QShortcut(keys, window());
+  shortcut->setContext(Qt::WindowShortcut);
+  QObject::connect(shortcut, &QShortcut::activated, [this, handler = std::move(handler)] {
+    if (m_enabled) m_host.dispatch(handler);
+  });
 }
 
 void Form::Load() {

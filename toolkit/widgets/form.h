@@ -5,7 +5,9 @@
 // unloading asks Form_QueryUnload and takes the window down. Variables of the form survive an
 // unload; controls come back at their stored state at the next load.
 
+#include <QKeySequence>
 #include <QPointer>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -87,6 +89,13 @@ class Form {
 
   // The window's close box; public so that tests can press it.
   void requestClose();
+
+  // A key of the current window: `handler` runs as a click's handler does when `keys` are
+  // pressed anywhere in the window while the form is enabled.
+  void addKey(const QKeySequence& keys, std::function<void()> handler);
+  // A file dropped on the window from a file manager: the first local file of the drop. None is
+  // taken while unset or while the form is not enabled.
+  std::function<void(const std::string&)> onFileDropped;
 
  protected:
   // Creates the controls at their stored places, in stacking order (the first lies on top), and

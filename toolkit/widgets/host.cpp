@@ -1,19 +1,16 @@
 #include "toolkit/widgets/host.h"
 
 #include <QCoreApplication>
-#include <QCryptographicHash>
-#include <QDir>
 #include <QFileDialog>
 #include <QLockFile>
 #include <QMessageBox>
-#include <QStandardPaths>
 #include <QStringList>
 #include <algorithm>
-#include <filesystem>
 
 #include "toolkit/core/runtime_error.h"
 #include "toolkit/widgets/control.h"
 #include "toolkit/widgets/form.h"
+#include "toolkit/widgets/instance_link.h"
 
 namespace toolkit {
 namespace {
@@ -71,23 +68,8 @@ std::string ScriptedFileDialogProvider::choose(const FileDialogRequest& request)
   return answer;
 }
 
-namespace {
-
-std::string defaultLockPath() {
-  std::error_code ec;
-  std::string exe = std::filesystem::read_symlink("/proc/self/exe", ec).string();
-  QByteArray key =
-      QCryptographicHash::hash(QByteArray::fromStdString(exe), QCryptographicHash::Sha1).toHex();
-  QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-  if (folder.isEmpty()) folder = QDir::tempPath();
-  return (folder + QStringLiteral("/harrowglen-") + QString::fromLatin1(key.left(16)) +
-          QStringLiteral(".lock"))
-      .toStdString();
-}
-
-}  // namespace
-
-LockFileInstanceCheck::LockFileInstanceCheck() : LockFileInstanceCheck(defaultLockPath()) {}
+LockFileInstanceCheck::LockFileInstanceCheck()
+    : LockFileInstanceCheck(instanceLockPath(defaultInstanceName())) {}
 
 LockFileInstanceCheck::LockFileInstanceCheck(const std::string& lockPath)
     : m_lock(std::make_unique<QLockFile>(QString::fromStdString(lockPath))) {}
