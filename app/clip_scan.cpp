@@ -28,40 +28,6 @@ bool isClipName(const std::filesystem::path& p) {
   return ext == ".hgv";
 }
 
-// Each thumbnail pixel is the mean of the picture's pixels it covers.
-toolkit::RgbImage shrink(const toolkit::RgbImage& picture, int width) {
-  toolkit::RgbImage thumb;
-  thumb.width = std::min(width, picture.width);
-  thumb.height = std::max(1, static_cast<int>(std::lround(static_cast<double>(picture.height) *
-                                                          thumb.width / picture.width)));
-  thumb.pixels.resize(static_cast<std::size_t>(thumb.width) * thumb.height * 3);
-  for (int ty = 0; ty < thumb.height; ++ty) {
-    const int y0 = static_cast<int>(static_cast<long long>(ty) * picture.height / thumb.height);
-    const int y1 = std::max(
-        y0 + 1, static_cast<int>(static_cast<long long>(ty + 1) * picture.height / thumb.height));
-    for (int tx = 0; tx < thumb.width; ++tx) {
-      const int x0 = static_cast<int>(static_cast<long long>(tx) * picture.width / thumb.width);
-      const int x1 = std::max(
-          x0 + 1, static_cast<int>(static_cast<long long>(tx + 1) * picture.width / thumb.width));
-      unsigned long sum[3] = {0, 0, 0};
-      for (int y = y0; y < y1; ++y) {
-        const std::uint8_t* p =
-            &picture.pixels[(static_cast<std::size_t>(y) * picture.width + x0) * 3];
-        for (int x = x0; x < x1; ++x, p += 3) {
-          sum[0] += p[0];
-          sum[1] += p[1];
-          sum[2] += p[2];
-        }
-      }
-      const unsigned long n =
-          static_cast<unsigned long>(y1 - y0) * static_cast<unsigned long>(x1 - x0);
-      std::uint8_t* t = &thumb.pixels[(static_cast<std::size_t>(ty) * thumb.width + tx) * 3];
-      for (int c = 0; c < 3; ++c) t[c] = static_cast<std::uint8_t>((sum[c] + n / 2) / n);
-    }
-  }
-  return thumb;
-}
-
 // The searches of `hgvtool search --all` over the open clip: its motion frames, in order.
 void searchMotion(ToolSession& tool, const ScanOptions& options, ClipScan& scan,
                   ScanProgress* progress) {
@@ -111,7 +77,11 @@ std::string writeThumbnail(ToolSession& tool, const ClipScan& scan, const Event&
   search::FrameDecoder().decode(frame, 0);
   const toolkit::RgbImage picture = search::markedPicture(frame, {});
   if (picture.empty() || peak == scan.motion.end()) return {};
-  toolkit::RgbImage thumb = shrink(picture, kThumbnailWidth);
+  const int width = std::min(kThumbnailWidth, picture.width);
+  toolkit::RgbImage thumb = toolkit::shrinkImage(
+      picture, width,
+      std::max(1, static_cast<int>(std::lround(static_cast<double>(picture.height) * width /
+                                               picture.width))));
   search::drawMarks(thumb, peak->marked, static_cast<double>(thumb.width) / picture.width);
   const std::string name = eventFileName(scan.clip, event.number, ".jpg");
   writeBeside(options, name, toolkit::encodeJpeg(thumb, 90, toolkit::ChromaSubsampling::k444));

@@ -20,6 +20,7 @@ int runDiff(const Args& args, std::ostream& out, std::ostream& err);
 int runSearch(const Args& args, std::ostream& out, std::ostream& err);
 int runExport(const Args& args, std::ostream& out, std::ostream& err);
 int runScan(const Args& args, std::ostream& out, std::ostream& err);
+int runThumbnail(const Args& args, std::ostream& out, std::ostream& err);
 
 // Writes a string as a JSON string literal, escapes included.
 std::string jsonString(const std::string& s);

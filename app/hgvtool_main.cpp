@@ -25,6 +25,7 @@ constexpr const char* kUsage =
     "                    [--merge-gap D] [--min-event D] [--before D] [--after D]\n"
     "                    [--out DIR [--clips hgv|wmv|mp4] [--resume]] [--shard K/N] [--json]\n"
     "       hgvtool report OUT DIR...\n"
+    "       hgvtool thumbnail CLIP OUT.png SIZE\n"
     "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
 
 }  // namespace
@@ -45,6 +46,7 @@ int main(int argc, char** argv) {
   if (command == "search") return app::runSearch(args, std::cout, std::cerr);
   if (command == "scan") return app::runScan(args, std::cout, std::cerr);
   if (command == "report") return app::runReport(args, std::cout, std::cerr);
+  if (command == "thumbnail") return app::runThumbnail(args, std::cout, std::cerr);
   if (command == "help" || command == "--help" || command == "-h") {
     std::cout << kUsage;
     return 0;

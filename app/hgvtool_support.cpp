@@ -10,6 +10,7 @@
 #include "app/hgvtool_commands.h"
 #include "review/open_clip.h"
 #include "search/core/frame_decoder.h"
+#include "search/core/marks.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
 
@@ -52,6 +53,15 @@ bool ToolSession::openClip(const std::string& path) {
         toolkit::MessageBoxRequest::critical(toolkit::errorBoxText(review::kOpenHandlerName, e)));
     return false;
   }
+}
+
+toolkit::RgbImage ToolSession::openedPicture() {
+  const std::span<const std::uint8_t> file = m_session->SeparateMJPG.scratch().jpegFile();
+  if (file.size() >= 2 && file[0] == 'B' && file[1] == 'M') {
+    return toolkit::decodeBmp(file).value_or(toolkit::RgbImage{});
+  }
+  const clip::FramePtr& frame = m_session->SeparateMJPG.lastExtracted();
+  return frame ? search::markedPicture(*frame, {}) : toolkit::RgbImage{};
 }
 
 ToolSession::~ToolSession() {

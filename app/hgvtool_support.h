@@ -12,6 +12,7 @@
 #include "review/session.h"
 #include "search/core/search_state.h"
 #include "toolkit/core/file_system.h"
+#include "toolkit/core/image.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/platform.h"
 #include "toolkit/core/rect.h"
@@ -37,6 +38,8 @@ class ToolSession {
   // Opens a clip as the folder button does once the file is chosen, up to decoding frame 0, with
   // the same boxes. True when frame 0 is extracted and decodes.
   bool openClip(const std::string& path);
+  // After openClip: frame 0 as the window shows it on opening.
+  toolkit::RgbImage openedPicture();
 
  private:
   class TeeSink : public toolkit::MessageSink {

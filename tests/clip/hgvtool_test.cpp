@@ -143,5 +143,37 @@ TEST_F(HgvtoolTest, PackMakesAClipThatOpensAndRefusesNonPictures) {
   EXPECT_EQ(run(app::runPack, {dir.file("q.hgv")}).status, 2);
 }
 
+// The file manager's thumbnail: frame 0 as the window opens it, shrunk to fit, never enlarged;
+// a clip the window refuses leaves no file, and an older file at that name as it was.
+TEST_F(HgvtoolTest, ThumbnailIsFrameZeroShrunkToFitAsAPng) {
+  const std::string path = writeClip(
+      layout(64, 48), {{jpeg(64, 48, 10), {}, {}, "00dc"}, {jpeg(64, 48, 200), {}, {}, "00dc"}},
+      "thumb.hgv");
+  const toolkit::RgbImage frame0 = *toolkit::decodeJpeg(jpeg(64, 48, 10));
+  auto r = run(app::runThumbnail, {path, dir.file("small.png"), "32"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(testing_support::readBytes(dir.file("small.png")),
+            toolkit::encodePng(toolkit::shrinkImage(frame0, 32, 24)));
+  r = run(app::runThumbnail, {path, dir.file("large.png"), "256"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(testing_support::readBytes(dir.file("large.png")), toolkit::encodePng(frame0));
+
+  testing_support::writeBytes(dir.file("old.png"), {1, 2, 3});
+  r = run(app::runThumbnail, {write({'R', 'I', 'F', 'F'}, "riff.hgv"), dir.file("old.png"), "128"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(testing_support::readBytes(dir.file("old.png")), (std::vector<std::uint8_t>{1, 2, 3}));
+  r = run(app::runThumbnail,
+          {writeClip(layout(), frames({100}), "bad.hgv"), dir.file("bad.png"), "128"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("Invalid picture"), std::string::npos) << r.err;
+  EXPECT_FALSE(files.exists(dir.file("bad.png")));
+
+  for (const std::string size : {"0", "4097", "big"}) {
+    EXPECT_EQ(run(app::runThumbnail, {path, dir.file("x.png"), size}).status, 2);
+  }
+  EXPECT_EQ(run(app::runThumbnail, {path, dir.file("x.png")}).status, 2);
+  EXPECT_FALSE(files.exists(dir.file("x.png")));
+}
+
 }  // namespace
 }  // namespace clip

@@ -86,6 +86,23 @@ TEST(JpegTest, HeaderClaimingFarMorePixelsThanTheFileCanHoldIsRefused) {
   EXPECT_FALSE(plausibleJpegSize(1920, 1080, 8000));
 }
 
+TEST(ShrinkTest, FitsTheBoxKeepingTheShapeAndNeverEnlarges) {
+  EXPECT_EQ(fitWithin(1280, 720, 256, 256), (Size{256, 144}));
+  EXPECT_EQ(fitWithin(100, 1000, 128, 128), (Size{13, 128}));
+  EXPECT_EQ(fitWithin(10, 10, 256, 256), (Size{10, 10}));
+  EXPECT_EQ(fitWithin(5000, 1, 100, 100), (Size{100, 1}));
+  EXPECT_EQ(fitWithin(0, 0, 100, 100), (Size{1, 1}));
+}
+
+TEST(ShrinkTest, EachPixelIsTheMeanOfThePixelsItCovers) {
+  // 4 x 2 to 2 x 1: each pixel covers a 2 x 2 block.
+  RgbImage picture{4, 2, {0, 0, 0,    10, 20, 30,  100, 100, 100, 200, 200, 200,
+                          1, 1, 1,    11, 21, 31,  100, 100, 100, 201, 201, 201}};
+  const RgbImage half = shrinkImage(picture, 2, 1);
+  EXPECT_EQ(half.pixels, (std::vector<std::uint8_t>{6, 11, 16, 150, 150, 150}));
+  EXPECT_EQ(shrinkImage(picture, 4, 2), picture);
+}
+
 TEST(LoadPictureTest, UndecodableFileIsInvalidPictureAndMissingFileIsNotFound) {
   testing_support::TempDir dir;
   PosixFileSystem fs;

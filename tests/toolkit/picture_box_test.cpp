@@ -31,6 +31,22 @@ class PictureBoxTest : public WidgetsTest {
   PictureBox* m_box = nullptr;
 };
 
+// The PNGs of hgvtool's thumbnails, read by another decoder (Qt's, over libpng).
+TEST(PngTest, AnotherDecoderReadsOurPngPixelForPixel) {
+  toolkit::RgbImage picture{37, 5, {}};
+  for (int i = 0; i < 37 * 5 * 3; ++i) picture.pixels.push_back(static_cast<std::uint8_t>(i * 7));
+  const std::vector<std::uint8_t> png = toolkit::encodePng(picture);
+  QImage image;
+  ASSERT_TRUE(image.loadFromData(png.data(), static_cast<int>(png.size()), "PNG"));
+  ASSERT_EQ(image.size(), QSize(37, 5));
+  for (int y = 0; y < 5; ++y) {
+    for (int x = 0; x < 37; ++x) {
+      const std::uint8_t* p = &picture.pixels[(y * 37 + x) * 3];
+      EXPECT_EQ(image.pixel(x, y) | 0xFF000000u, qRgb(p[0], p[1], p[2])) << x << "," << y;
+    }
+  }
+}
+
 TEST_F(PictureBoxTest, PictureAssignmentSizesTheBoxToThePictureAtFifteenTwipsAPixel) {
   PictureBox& pic = box();
   pic.Picture = quadrants(20);

@@ -1,9 +1,14 @@
 #include "toolkit/core/image.h"
 
 #include <turbojpeg.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cmath>
 
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/little_endian.h"
@@ -170,6 +175,98 @@ RgbImage loadPicture(FileSystem& fs, const std::string& path) {
   }
   if (!image) throw RuntimeError::of(ErrorNumber::InvalidPicture);
   return std::move(*image);
+}
+
+namespace {
+
+// PNG's numbers are big-endian, unlike everything else the program writes.
+void putFixed32BigEndian(std::uint8_t* p, std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) p[i] = static_cast<std::uint8_t>(v >> (24 - 8 * i));
+}
+
+void putChunk(std::vector<std::uint8_t>& png, const char* type, std::span<const std::uint8_t> data) {
+  const std::size_t start = png.size();
+  png.resize(start + 8);
+  putFixed32BigEndian(png.data() + start, static_cast<std::uint32_t>(data.size()));
+  std::memcpy(png.data() + start + 4, type, 4);
+  png.insert(png.end(), data.begin(), data.end());
+  const auto crc = crc32(0, png.data() + start + 4, static_cast<uInt>(data.size() + 4));
+  png.resize(png.size() + 4);
+  putFixed32BigEndian(png.data() + png.size() - 4, static_cast<std::uint32_t>(crc));
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> encodePng(const RgbImage& image) {
+  static constexpr std::uint8_t kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+  std::vector<std::uint8_t> png(std::begin(kSignature), std::end(kSignature));
+  std::uint8_t header[13] = {};
+  putFixed32BigEndian(header, static_cast<std::uint32_t>(image.width));
+  putFixed32BigEndian(header + 4, static_cast<std::uint32_t>(image.height));
+  header[8] = 8;  // bits a sample
+  header[9] = 2;  // RGB
+  putChunk(png, "IHDR", header);
+
+  // Each row is led by its filter type, 0: the bytes as they are.
+  const std::size_t row = static_cast<std::size_t>(image.width) * 3;
+  std::vector<std::uint8_t> raw;
+  raw.reserve((row + 1) * static_cast<std::size_t>(image.height));
+  for (int y = 0; y < image.height; ++y) {
+    raw.push_back(0);
+    const auto* from = image.pixels.data() + static_cast<std::size_t>(y) * row;
+    raw.insert(raw.end(), from, from + row);
+  }
+  uLongf packedSize = compressBound(static_cast<uLong>(raw.size()));
+  std::vector<std::uint8_t> packed(packedSize);
+  if (compress2(packed.data(), &packedSize, raw.data(), static_cast<uLong>(raw.size()), 6) !=
+      Z_OK) {
+    throw std::bad_alloc();  // with a buffer of compressBound bytes, only memory can run out
+  }
+  packed.resize(packedSize);
+  putChunk(png, "IDAT", packed);
+  putChunk(png, "IEND", {});
+  return png;
+}
+
+RgbImage shrinkImage(const RgbImage& picture, int width, int height) {
+  RgbImage shrunk;
+  shrunk.width = std::clamp(width, 1, std::max(1, picture.width));
+  shrunk.height = std::clamp(height, 1, std::max(1, picture.height));
+  shrunk.pixels.resize(static_cast<std::size_t>(shrunk.width) * shrunk.height * 3);
+  if (picture.empty()) return shrunk;
+  for (int ty = 0; ty < shrunk.height; ++ty) {
+    const int y0 = static_cast<int>(static_cast<long long>(ty) * picture.height / shrunk.height);
+    const int y1 = std::max(
+        y0 + 1, static_cast<int>(static_cast<long long>(ty + 1) * picture.height / shrunk.height));
+    for (int tx = 0; tx < shrunk.width; ++tx) {
+      const int x0 = static_cast<int>(static_cast<long long>(tx) * picture.width / shrunk.width);
+      const int x1 = std::max(
+          x0 + 1, static_cast<int>(static_cast<long long>(tx + 1) * picture.width / shrunk.width));
+      unsigned long sum[3] = {0, 0, 0};
+      for (int y = y0; y < y1; ++y) {
+        const std::uint8_t* p =
+            &picture.pixels[(static_cast<std::size_t>(y) * picture.width + x0) * 3];
+        for (int x = x0; x < x1; ++x, p += 3) {
+          sum[0] += p[0];
+          sum[1] += p[1];
+          sum[2] += p[2];
+        }
+      }
+      const unsigned long n =
+          static_cast<unsigned long>(y1 - y0) * static_cast<unsigned long>(x1 - x0);
+      std::uint8_t* t = &shrunk.pixels[(static_cast<std::size_t>(ty) * shrunk.width + tx) * 3];
+      for (int c = 0; c < 3; ++c) t[c] = static_cast<std::uint8_t>((sum[c] + n / 2) / n);
+    }
+  }
+  return shrunk;
+}
+
+Size fitWithin(int pictureWidth, int pictureHeight, int width, int height) {
+  if (pictureWidth <= 0 || pictureHeight <= 0) return {1, 1};
+  const double scale = std::min({1.0, static_cast<double>(width) / pictureWidth,
+                                 static_cast<double>(height) / pictureHeight});
+  return {std::max(1, static_cast<int>(std::lround(pictureWidth * scale))),
+          std::max(1, static_cast<int>(std::lround(pictureHeight * scale)))};
 }
 
 }  // namespace toolkit

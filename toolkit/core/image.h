@@ -65,6 +65,21 @@ inline constexpr std::size_t bmpFileBytes(int width, int height) {
 // biBitCount 24, no compression, biSizeImage the pixel bytes, 96 dpi, biClrUsed 0.
 void writeBmpHeader(std::uint8_t* header, int width, int height);
 
+// An 8-bit RGB PNG of the picture, without interlacing.
+std::vector<std::uint8_t> encodePng(const RgbImage& image);
+
+// The picture at `width` x `height` (no larger than it), each pixel the mean of the picture's
+// pixels it covers.
+RgbImage shrinkImage(const RgbImage& picture, int width, int height);
+// The largest size of the picture's shape that fits `width` x `height` without enlarging it, at
+// least 1 by 1.
+struct Size {
+  int width = 0;
+  int height = 0;
+  friend bool operator==(const Size&, const Size&) = default;
+};
+Size fitWithin(int pictureWidth, int pictureHeight, int width, int height);
+
 // Reads uncompressed 8-bit (palette), 24-bit and 32-bit bitmaps, bottom-up or top-down.
 std::optional<RgbImage> decodeBmp(std::span<const std::uint8_t> bytes);
 
