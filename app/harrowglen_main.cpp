@@ -16,6 +16,8 @@ int main(int argc, char* argv[]) {
   QApplication app(argc, argv);
   // The program ends by its own rule, when the last form is unloaded, not when a window closes.
   QApplication::setQuitOnLastWindowClosed(false);
+  // The desktop matches the window to its launcher and icon by this name.
+  QGuiApplication::setDesktopFileName("org.harrowglen.Harrowglen");
 
   std::vector<std::string> args;
   for (const QString& arg : QApplication::arguments().mid(1)) args.push_back(arg.toStdString());

@@ -8,6 +8,7 @@ packages=(
   libavcodec-dev libavformat-dev libavutil-dev libswscale-dev zlib1g-dev
   googletest libgtest-dev
   xvfb xauth fonts-liberation fonts-dejavu-core
+  dpkg-dev file desktop-file-utils appstream shared-mime-info
 )
 
 missing=()

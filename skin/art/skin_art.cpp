@@ -96,6 +96,8 @@ QImage paintSkinPicture(SkinPicture picture) {
   return art::paintCaption(picture, size);
 }
 
+QImage paintIcon(int side) { return art::paintIcon(QSize(side, side)); }
+
 namespace art {
 
 QImage blankPicture(QSize size, QRgb fill) {

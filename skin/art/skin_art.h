@@ -33,6 +33,8 @@ QSize naturalSize(SkinPicture picture);
 // The background's wordmarks are set in a font, so a QGuiApplication must exist; everything
 // else, captions included, is drawn from shapes and is the same on every machine.
 QImage paintSkinPicture(SkinPicture picture);
+// The window icon painted at `side` x `side` pixels, for the icon theme of an installed program.
+QImage paintIcon(int side);
 
 // The flat grey of the console band that runs behind the row of buttons and the caption strip
 // (window rows 472 to 557). The buttons' corners and the ground of the captions and speed marks
