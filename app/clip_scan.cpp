@@ -80,8 +80,8 @@ std::string writeThumbnail(ToolSession& tool, const ClipScan& scan, const Event&
   const int width = std::min(kThumbnailWidth, picture.width);
   toolkit::RgbImage thumb = toolkit::shrinkImage(
       picture, width,
-      std::max(1, static_cast<int>(std::lround(static_cast<double>(picture.height) * width /
-                                               picture.width))));
+      std::max(1, static_cast<int>(
+                      std::lround(static_cast<double>(picture.height) * width / picture.width))));
   search::drawMarks(thumb, peak->marked, static_cast<double>(thumb.width) / picture.width);
   const std::string name = eventFileName(scan.clip, event.number, ".jpg");
   writeBeside(options, name, toolkit::encodeJpeg(thumb, 90, toolkit::ChromaSubsampling::k444));
@@ -127,7 +127,8 @@ void writeEventFiles(ToolSession& tool, ClipScan& scan, const ScanOptions& optio
     }
     try {
       event.thumbnail = writeThumbnail(tool, scan, event, options);
-      if (options.clips != EventClips::None) event.exported = exportEvent(tool, scan, event, options);
+      if (options.clips != EventClips::None)
+        event.exported = exportEvent(tool, scan, event, options);
     } catch (const exporting::ExportFailure& e) {
       scan.boxes.push_back(toolkit::MessageBoxRequest::critical(e.what()));
     } catch (const ScanWriteError&) {

@@ -31,8 +31,8 @@ void bring(toolkit::FileSystem& files, const std::string& from, const std::strin
   toolkit::replaceFile(
       files, target,
       [&](toolkit::WritableFile& file) {
-        file.writeAt(0, std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()),
-                                  bytes.size()));
+        file.writeAt(0,
+                     std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
       },
       true);
 }
@@ -75,8 +75,8 @@ int runReport(const Args& args, std::ostream& out, std::ostream& err) {
     toolkit::replaceFile(
         files, target + "/scan.jsonl",
         [&](toolkit::WritableFile& file) {
-          file.writeAt(0, std::span(reinterpret_cast<const std::uint8_t*>(lines.data()),
-                                    lines.size()));
+          file.writeAt(
+              0, std::span(reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()));
         },
         true);
     if (!writeScanReport(files, target, joined, err)) return 1;

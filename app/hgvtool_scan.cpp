@@ -197,9 +197,9 @@ class ScanProgressLine {
                                 done, m_progress.size(), frames, m_total, fps);
     if (fps > 0 && m_total > frames && elapsed > 1) {
       const long long left = std::llround((m_total - frames) / fps);
-      written += std::snprintf(line + written, sizeof line - static_cast<std::size_t>(written),
-                               ", about %lld:%02lld:%02lld left", left / 3600, left / 60 % 60,
-                               left % 60);
+      written +=
+          std::snprintf(line + written, sizeof line - static_cast<std::size_t>(written),
+                        ", about %lld:%02lld:%02lld left", left / 3600, left / 60 % 60, left % 60);
     }
     m_line.show(std::string(line, static_cast<std::size_t>(std::max(0, written))));
   }
@@ -215,8 +215,7 @@ class ScanProgressLine {
 // as it and all before it are done, and each done one written to the journal at once.
 class ScanRun {
  public:
-  ScanRun(const ScanCommand& c, const ScanEnvironment& env, ScanJournal* journal,
-          std::ostream& out)
+  ScanRun(const ScanCommand& c, const ScanEnvironment& env, ScanJournal* journal, std::ostream& out)
       : m_c(c), m_env(env), m_journal(journal), m_out(out) {}
 
   // Scans `clips`; stops early at a signal or at a file that cannot be written.
@@ -267,8 +266,7 @@ void ScanRun::run(const std::vector<std::string>& clips, std::ostream& err,
   for (std::thread& t : pool) t.join();
 }
 
-void ScanRun::work(const std::vector<std::string>& clips, const StopSignals& signals,
-                   int threads) {
+void ScanRun::work(const std::vector<std::string>& clips, const StopSignals& signals, int threads) {
   ScanOptions options = m_c.scan;
   options.threads = threads;
   options.outFolder = m_c.out;
@@ -416,7 +414,8 @@ int runScan(const Args& args, std::ostream& out, std::ostream& err, const ScanEn
       err << "hgvtool: cannot write " << journal->path() << ": " << e.description() << "\n";
       return 1;
     }
-    std::erase_if(todo, [&](const std::string& clip) { return journal->done(clip, stampOf(clip)); });
+    std::erase_if(todo,
+                  [&](const std::string& clip) { return journal->done(clip, stampOf(clip)); });
   }
   StopSignals signals;
   ScanRun run(c, env, journal ? &*journal : nullptr, out);

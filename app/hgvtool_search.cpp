@@ -29,7 +29,10 @@ class ToolWindow : public search::SearchWindow {
  public:
   ToolWindow(review::Session& session, review::Form1Fields& fields, std::function<void()> onStep,
              std::function<bool()> stop)
-      : m_session(session), m_fields(fields), m_onStep(std::move(onStep)), m_stop(std::move(stop)) {}
+      : m_session(session),
+        m_fields(fields),
+        m_onStep(std::move(onStep)),
+        m_stop(std::move(stop)) {}
 
   void UpdateBarPosition() override {
     if (m_onStep) m_onStep();

@@ -41,7 +41,8 @@ bool ToolSession::openClip(const std::string& path) {
     clip::ScratchFiles& scratch = m_session->SeparateMJPG.scratch();
     const std::span<const std::uint8_t> file = scratch.jpegFile();
     if (file.size() >= 2 && file[0] == 'B' && file[1] == 'M') {
-      if (!toolkit::decodeBmp(file)) throw toolkit::RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
+      if (!toolkit::decodeBmp(file))
+        throw toolkit::RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
       return true;
     }
     clip::Frame& frame = *m_session->SeparateMJPG.lastExtracted();

@@ -64,7 +64,8 @@ std::optional<ClipScan> recordOf(const JsonValue& line) {
   for (const JsonValue& b : line["boxes"].array()) {
     toolkit::MessageBoxRequest box;
     box.text = b["text"].string();
-    box.icon = b["icon"].string() == "critical" ? toolkit::MsgIcon::Critical : toolkit::MsgIcon::None;
+    box.icon =
+        b["icon"].string() == "critical" ? toolkit::MsgIcon::Critical : toolkit::MsgIcon::None;
     if (!b["title"].isNull()) box.title = b["title"].string();
     scan.boxes.push_back(std::move(box));
   }

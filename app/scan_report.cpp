@@ -109,8 +109,9 @@ std::string eventJson(const Event& e, double fd) {
          std::to_string(e.box[0]) + ", " + std::to_string(e.box[1]) + ", " +
          std::to_string(e.box[2]) + ", " + std::to_string(e.box[3]) +
          "], \"clip_from\": " + std::to_string(e.clipFrom) +
-         ", \"clip_to\": " + std::to_string(e.clipTo) + ", \"thumbnail\": " + nullable(e.thumbnail) +
-         ", \"exported\": " + nullable(e.exported) + "}";
+         ", \"clip_to\": " + std::to_string(e.clipTo) +
+         ", \"thumbnail\": " + nullable(e.thumbnail) + ", \"exported\": " + nullable(e.exported) +
+         "}";
 }
 
 constexpr const char* kStyle = R"(
@@ -179,9 +180,9 @@ std::string eventCard(const ClipScan& scan, const Event& e) {
   std::snprintf(duration, sizeof duration, "%.1f s", e.durationSeconds(fd));
   out += "<figcaption><b>Event " + std::to_string(e.number) + "</b> " + clock(e.startSeconds(fd)) +
          "&ndash;" + clock(e.endSeconds(fd)) + " &middot; " + duration + "<br>" +
-         std::to_string(e.motionFrames) + (e.motionFrames == 1 ? " motion frame" : " motion frames") +
-         ", frames " + std::to_string(e.startFrame + 1) + "&ndash;" +
-         std::to_string(e.endFrame + 1);
+         std::to_string(e.motionFrames) +
+         (e.motionFrames == 1 ? " motion frame" : " motion frames") + ", frames " +
+         std::to_string(e.startFrame + 1) + "&ndash;" + std::to_string(e.endFrame + 1);
   if (!e.exported.empty()) out += " &middot; <a href=\"" + html(e.exported) + "\">clip</a>";
   return out + "</figcaption></figure>";
 }
@@ -323,8 +324,8 @@ bool write(toolkit::FileSystem& files, const std::string& path, const std::strin
     toolkit::replaceFile(
         files, path,
         [&](toolkit::WritableFile& file) {
-          file.writeAt(0, std::span(reinterpret_cast<const std::uint8_t*>(text.data()),
-                                    text.size()));
+          file.writeAt(0,
+                       std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
         },
         true);
   } catch (const toolkit::RuntimeError& e) {

@@ -122,8 +122,7 @@ class Bench {
       decoder.decodeAsScratch(*frame, clip.scratch().jpegFile(), 16);
       analyse.StoreInA = toolkit::toBoolean(intoA);
       analyse.StoreInB = toolkit::toBoolean(!intoA);
-      return analyse
-          .AnalyseFrame(frame, 16, toolkit::toBoolean(phaseA), toolkit::toBoolean(phaseB))
+      return analyse.AnalyseFrame(frame, 16, toolkit::toBoolean(phaseA), toolkit::toBoolean(phaseB))
           .changed;
     };
     step(0, true, true, true);
@@ -310,9 +309,10 @@ void benchClips(const std::vector<std::string>& paths) {
         decode = std::max(decode, bench.decodeFps());
         search = std::max(search, bench.searchFps(threads, results));
       }
-      std::printf("%s, %d frames, threads=%d: decode %.1f fps, hgvtool search --all %.1f fps, "
-                  "%d results\n",
-                  name.c_str(), bench.frames(), threads, decode, search, results);
+      std::printf(
+          "%s, %d frames, threads=%d: decode %.1f fps, hgvtool search --all %.1f fps, "
+          "%d results\n",
+          name.c_str(), bench.frames(), threads, decode, search, results);
       char line[256];
       std::snprintf(line, sizeof line, "tool_vs_decode %s threads=%d %.3f", name.c_str(), threads,
                     search / decode);

@@ -12,8 +12,7 @@
 namespace review {
 
 struct Session {
-  explicit Session(toolkit::Platform& platform)
-      : platform(platform), SeparateMJPG(platform) {}
+  explicit Session(toolkit::Platform& platform) : platform(platform), SeparateMJPG(platform) {}
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 

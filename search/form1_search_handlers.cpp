@@ -30,8 +30,7 @@ void Form1::setSearchPointer(search::Direction direction, bool wait) {
 
 void Form1::loadSearchStartingValues() { search::loadStartingValues(searchState); }
 
-void Form1::ShowResult(const clip::FramePtr& frame,
-                       const std::vector<search::CellPoint>& corners) {
+void Form1::ShowResult(const clip::FramePtr& frame, const std::vector<search::CellPoint>& corners) {
   picBase->ScaleMode = ScaleUnit::Pixels;
   picShowAVI->ScaleMode = ScaleUnit::Pixels;
   picShowAVI->Picture = toolkit::Picture::fromBitmap(frame->bitmapFile());

@@ -6,8 +6,8 @@ namespace skin {
 namespace {
 
 using toolkit::ImageControl;
-using toolkit::RGB;
 using toolkit::kFalse;
+using toolkit::RGB;
 
 toolkit::Picture art(SkinPicture picture) { return toolkit::Picture(paintSkinPicture(picture)); }
 

@@ -145,9 +145,8 @@ int TOWMV(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::strin
 }
 
 void ExportVideoRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
-                    const std::string& source, const std::string& target,
-                    const ExportRange& range, std::int32_t width, std::int32_t height,
-                    toolkit::VideoFormat format) {
+                    const std::string& source, const std::string& target, const ExportRange& range,
+                    std::int32_t width, std::int32_t height, toolkit::VideoFormat format) {
   const std::int32_t first = range.first, count = range.count;
   if (static_cast<std::int64_t>(width) * height > toolkit::kMaxPicturePixels || width < 2 ||
       height < 2) {

@@ -52,9 +52,8 @@ int TOWMV(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::strin
 // The frames of `range` of the open clip `source` as a video of `format`, of the clip's picture
 // size (rounded down to even) and frame rate.
 void ExportVideoRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
-                    const std::string& source, const std::string& target,
-                    const ExportRange& range, std::int32_t width, std::int32_t height,
-                    toolkit::VideoFormat format);
+                    const std::string& source, const std::string& target, const ExportRange& range,
+                    std::int32_t width, std::int32_t height, toolkit::VideoFormat format);
 
 // The clip's seconds per frame, from its main header: dwMicroSecPerFrame, or a tenth of a second
 // where that is 0.

@@ -90,7 +90,7 @@ AnalyseBMP::Result AnalyseBMP::AnalyseFrame(const clip::FramePtr& frame, Integer
 }
 
 std::optional<AnalyseBMP::Shape> AnalyseBMP::checkBitmap(std::span<const std::uint8_t> file,
-                                                        BitmapRefusal& refusal) {
+                                                         BitmapRefusal& refusal) {
   // A short or missing file reads as zeros past its end, as the old module's record did.
   std::array<std::uint8_t, toolkit::kBmpHeaderBytes> header{};
   if (!file.empty()) {

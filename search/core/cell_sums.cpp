@@ -72,7 +72,7 @@ __attribute__((target("avx2,fma"))) inline __m256 luma8Inside(const std::uint8_t
 }
 
 __attribute__((target("avx2,fma"))) void lumaRowAvx2(const std::uint8_t* p, std::int64_t width,
-                                                 float* out) {
+                                                     float* out) {
   std::int64_t x = 0;
   for (; x + 11 <= width; x += 8, p += 24) _mm256_storeu_ps(out + x, luma8Inside(p));
   for (; x + 8 <= width; x += 8, p += 24) _mm256_storeu_ps(out + x, luma8(p));
@@ -158,7 +158,6 @@ void lumaRow(CellSumPath chosen, const std::uint8_t* p, std::int64_t width, floa
   (void)chosen;
   lumaRowScalar(p, width, out);
 }
-
 
 }  // namespace
 

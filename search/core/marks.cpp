@@ -49,9 +49,9 @@ void drawMarksOnBitmap(std::vector<std::uint8_t>& bitmapFile,
   }
   const auto rowBytes = static_cast<std::size_t>(toolkit::bmpRowBytes(width));
   forEachMarkPixel(corners, 1.0, width, height, [&](int x, int y) {
-    auto* p = &bitmapFile[toolkit::kBmpHeaderBytes +
-                          static_cast<std::size_t>(height - 1 - y) * rowBytes +
-                          static_cast<std::size_t>(x) * 3];
+    auto* p =
+        &bitmapFile[toolkit::kBmpHeaderBytes + static_cast<std::size_t>(height - 1 - y) * rowBytes +
+                    static_cast<std::size_t>(x) * 3];
     p[0] = 255;  // blue
     p[1] = 0;
     p[2] = 0;

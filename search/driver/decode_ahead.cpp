@@ -43,9 +43,8 @@ void DecodeAhead::want(const std::string& path, const std::vector<clip::FramePla
     };
     // Work not started and finished work nobody took stay only while they may still be wanted;
     // running work finishes on its own and is dropped when it is done.
-    std::erase_if(m_jobs, [&](const std::shared_ptr<Job>& job) {
-      return !job->running && !wanted(*job);
-    });
+    std::erase_if(m_jobs,
+                  [&](const std::shared_ptr<Job>& job) { return !job->running && !wanted(*job); });
     for (const clip::FramePlace& place : frames) {
       const bool known = std::any_of(m_jobs.begin(), m_jobs.end(), [&](const auto& job) {
         return job->path == path && job->place.frame == place.frame && job->cellSize == cellSize;

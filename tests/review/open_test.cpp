@@ -3,9 +3,9 @@
 #include <filesystem>
 #include <string>
 
+#include "clip/clip_writer.h"
 #include "review/open_clip.h"
 #include "tests/support/window_fixture.h"
-#include "clip/clip_writer.h"
 
 namespace {
 

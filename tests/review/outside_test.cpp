@@ -1,6 +1,8 @@
 // Clips from outside the window: the command line, a later start of the program that hands its
 // clip to the running window, and a file dropped on the window.
 
+#include <unistd.h>
+
 #include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -11,7 +13,6 @@
 #include <QUrl>
 #include <atomic>
 #include <filesystem>
-#include <unistd.h>
 
 #include "app/window_start.h"
 #include "tests/support/window_fixture.h"
@@ -165,7 +166,8 @@ TEST_F(OutsideTest, AMissingClipOrAFramePastTheEndIsToldInABox) {
   start();
   app::openAtStart(form(), parse({file("gone.HGV")}));
   ASSERT_EQ(boxes().size(), 1u);
-  EXPECT_EQ(boxes()[0].text, file("gone.HGV") + "\nFile not found.\nCheck the file name and try again.");
+  EXPECT_EQ(boxes()[0].text,
+            file("gone.HGV") + "\nFile not found.\nCheck the file name and try again.");
   EXPECT_EQ(boxes()[0].icon, MsgIcon::Critical);
   EXPECT_EQ(boxes()[0].title, "Warning");
   EXPECT_EQ(state().ClipOpen, kFalse);

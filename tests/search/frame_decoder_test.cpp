@@ -54,8 +54,7 @@ TEST(FrameDecoderTest, SumsMadeBandByBandAreThoseOfTheFinishedPicture) {
   Bytes damaged = sceneJpeg(200, 150, 2);
   damaged[damaged.size() / 2] ^= 0x10;
   FrameDecoder decoder;
-  for (const Bytes& jpeg : {sceneJpeg(200, 150, 0), cut, damaged,
-                            sceneJpeg(640, 480, 1)}) {
+  for (const Bytes& jpeg : {sceneJpeg(200, 150, 0), cut, damaged, sceneJpeg(640, 480, 1)}) {
     for (int cellSize : {16, 8, 24}) {
       SCOPED_TRACE(::testing::Message() << jpeg.size() << " bytes, cells of " << cellSize);
       const clip::FramePtr frame = frameOf(jpeg);

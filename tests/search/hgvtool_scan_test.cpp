@@ -131,8 +131,8 @@ class HgvtoolScanTest : public testing_support::WindowFixture {
 
 // The grouping of a scan with two frames of merge gap and a one-frame minimum, which the clips
 // of card() are made to show: a's square comes (3) and goes (7) and b's come and go four times.
-const app::Args kRules = {"--merge-gap", "2f", "--min-event", "1f", "--before", "1f",
-                          "--after", "2f"};
+const app::Args kRules = {"--merge-gap", "2f", "--min-event", "1f",
+                          "--before",    "1f", "--after",     "2f"};
 
 TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAllFinds) {
   const std::string folder = card();
@@ -181,7 +181,8 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
   }
   const JsonValue& a = report.array()[1];
   ASSERT_EQ(a["events"].array().size(), 2u) << "the square comes, then goes";
-  EXPECT_EQ(report.array()[2]["TotalFrames"].integer(), 7) << "the cut-off recording's whole frames";
+  EXPECT_EQ(report.array()[2]["TotalFrames"].integer(), 7)
+      << "the cut-off recording's whole frames";
   EXPECT_FALSE(report.array()[3]["opened"].boolean());
   EXPECT_EQ(report.array()[3]["ended"].string(), "refused");
   EXPECT_FALSE(report.array()[3]["boxes"].array().empty()) << "with its message";
@@ -243,8 +244,9 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
   const std::regex files(R"re("(thumbnail|exported)": "[^"]+")re");
   for (std::size_t i = 0; i < clips.size(); ++i) {
     const std::string written = lines(text(out + "/events.json"))[i + 1];
-    EXPECT_EQ(std::regex_replace(objects[i] + (i + 1 < clips.size() ? "," : ""), files, "\"$1\": null"),
-              std::regex_replace(written, files, "\"$1\": null"));
+    EXPECT_EQ(
+        std::regex_replace(objects[i] + (i + 1 < clips.size() ? "," : ""), files, "\"$1\": null"),
+        std::regex_replace(written, files, "\"$1\": null"));
   }
 }
 

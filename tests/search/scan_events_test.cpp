@@ -72,8 +72,7 @@ TEST(ScanEventsTest, ThePeakIsTheFrameWithTheMostCellsTheEarliestOnATieAndTheBox
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].peakFrame, 4);
   EXPECT_EQ(events[0].peakCells, 2);
-  EXPECT_EQ(std::vector<int>(events[0].box, events[0].box + 4),
-            (std::vector<int>{16, 8, 408, 208}))
+  EXPECT_EQ(std::vector<int>(events[0].box, events[0].box + 4), (std::vector<int>{16, 8, 408, 208}))
       << "[least X, least Y, greatest X + 8, greatest Y + 8]";
 }
 
@@ -120,8 +119,8 @@ TEST(JsonValueTest, ReadsBackWhatTheToolWrites) {
   EXPECT_EQ((*v)["list"].array()[0].array()[1].integer(), 2);
   EXPECT_EQ((*v)["raw"].string(), "é");
   EXPECT_EQ((*v)["ns"].integer(), 1795442643858102861) << "beyond what a double holds";
-  for (const char* bad : {"", "{", R"({"a": 1,})", R"({"a" 1})", "[1] 2", "nul", R"("\x")",
-                          "{\"a\": \"cut"}) {
+  for (const char* bad :
+       {"", "{", R"({"a": 1,})", R"({"a" 1})", "[1] 2", "nul", R"("\x")", "{\"a\": \"cut"}) {
     EXPECT_FALSE(JsonValue::parse(bad).has_value()) << bad;
   }
   EXPECT_FALSE(JsonValue::parse(std::string(100, '[') + std::string(100, ']')).has_value())

@@ -7,8 +7,8 @@
 #include "app/clip_search.h"
 #include "clip/clip_writer.h"
 #include "search/core/marks.h"
-#include "toolkit/converters/jpg_to_bmp.h"
 #include "tests/support/window_fixture.h"
+#include "toolkit/converters/jpg_to_bmp.h"
 #include "toolkit/core/program_folder.h"
 
 namespace {

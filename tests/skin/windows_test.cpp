@@ -67,22 +67,29 @@ TEST_F(WindowsTest, MainWindowHasItsFixedFrame) {
 TEST_F(WindowsTest, EachButtonShowsItsPictureWhereItStands) {
   skin::Form1& f = start();
   const std::pair<toolkit::ImageControl*, SkinPicture> buttons[] = {
-      {f.imgFile, SkinPicture::ImgFile},         {f.imgSetting, SkinPicture::ImgSetting},
-      {f.imgSave, SkinPicture::ImgSave},         {f.imgBegin, SkinPicture::ImgBegin},
-      {f.imgEnd, SkinPicture::ImgEnd},           {f.imgLeftStep, SkinPicture::ImgLeftStep},
-      {f.imgRightStep, SkinPicture::ImgRightStep}, {f.imgLeftPlay, SkinPicture::ImgLeftPlay},
-      {f.imgPausePlay, SkinPicture::ImgPausePlay}, {f.imgRightPlay, SkinPicture::ImgRightPlay},
+      {f.imgFile, SkinPicture::ImgFile},
+      {f.imgSetting, SkinPicture::ImgSetting},
+      {f.imgSave, SkinPicture::ImgSave},
+      {f.imgBegin, SkinPicture::ImgBegin},
+      {f.imgEnd, SkinPicture::ImgEnd},
+      {f.imgLeftStep, SkinPicture::ImgLeftStep},
+      {f.imgRightStep, SkinPicture::ImgRightStep},
+      {f.imgLeftPlay, SkinPicture::ImgLeftPlay},
+      {f.imgPausePlay, SkinPicture::ImgPausePlay},
+      {f.imgRightPlay, SkinPicture::ImgRightPlay},
       {f.imgLeftSearch, SkinPicture::ImgLeftSearch},
       {f.imgRightSearch, SkinPicture::ImgRightSearch},
-      {f.imgZoomOut, SkinPicture::ImgZoomOut},   {f.imgZoomIn, SkinPicture::ImgZoomIn},
-      {f.imgCfile, SkinPicture::ImgCfile},       {f.imgCzoom, SkinPicture::ImgCzoom},
+      {f.imgZoomOut, SkinPicture::ImgZoomOut},
+      {f.imgZoomIn, SkinPicture::ImgZoomIn},
+      {f.imgCfile, SkinPicture::ImgCfile},
+      {f.imgCzoom, SkinPicture::ImgCzoom},
   };
   QImage shot = screenshot();
   for (const auto& [control, picture] : buttons) {
     SCOPED_TRACE(control->name());
-    const QRect rect = pixels(static_cast<int>(control->Left()), static_cast<int>(control->Top()),
-                              static_cast<int>(control->Width()),
-                              static_cast<int>(control->Height()));
+    const QRect rect =
+        pixels(static_cast<int>(control->Left()), static_cast<int>(control->Top()),
+               static_cast<int>(control->Width()), static_cast<int>(control->Height()));
     ASSERT_FALSE(rect.isEmpty());
     EXPECT_EQ(shot.copy(rect), expected(picture, rect));
   }
@@ -172,8 +179,9 @@ TEST_F(WindowsTest, EveryLabelsCaptionFitsItsBox) {
   m_windows.frmSetting.Show();
   m_windows.frmWait.Show();
   int labels = 0;
-  for (toolkit::Form* form : std::vector<toolkit::Form*>{&m_windows.Form1, &m_windows.frmExportVideo,
-                                                          &m_windows.frmSetting, &m_windows.frmWait}) {
+  for (toolkit::Form* form :
+       std::vector<toolkit::Form*>{&m_windows.Form1, &m_windows.frmExportVideo,
+                                   &m_windows.frmSetting, &m_windows.frmWait}) {
     for (toolkit::Control* control : form->controls()) {
       auto* label = dynamic_cast<toolkit::Label*>(control);
       if (!label || label->Caption().empty()) continue;

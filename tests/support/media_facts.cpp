@@ -3,12 +3,11 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-#include "tests/support/media_facts.h"
-
 #include <filesystem>
 
 #include "clip/separate_mjpg.h"
 #include "export/core/exports.h"
+#include "tests/support/media_facts.h"
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"

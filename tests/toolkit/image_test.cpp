@@ -96,8 +96,8 @@ TEST(ShrinkTest, FitsTheBoxKeepingTheShapeAndNeverEnlarges) {
 
 TEST(ShrinkTest, EachPixelIsTheMeanOfThePixelsItCovers) {
   // 4 x 2 to 2 x 1: each pixel covers a 2 x 2 block.
-  RgbImage picture{4, 2, {0, 0, 0,    10, 20, 30,  100, 100, 100, 200, 200, 200,
-                          1, 1, 1,    11, 21, 31,  100, 100, 100, 201, 201, 201}};
+  RgbImage picture{4, 2, {0, 0, 0, 10, 20, 30, 100, 100, 100, 200, 200, 200,
+                          1, 1, 1, 11, 21, 31, 100, 100, 100, 201, 201, 201}};
   const RgbImage half = shrinkImage(picture, 2, 1);
   EXPECT_EQ(half.pixels, (std::vector<std::uint8_t>{6, 11, 16, 150, 150, 150}));
   EXPECT_EQ(shrinkImage(picture, 4, 2), picture);

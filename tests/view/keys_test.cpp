@@ -97,8 +97,9 @@ class KeysTest : public testing_support::WindowFixture {
 TEST_F(KeysTest, EachKeyDoesWhatItsButtonDoes) {
   skin::Form1& f = form();
   expectSameAs(QKeySequence(Qt::Key_Space), [&f] { f.imgRightPlay_Click(); });
-  expectSameAs(QKeySequence(Qt::Key_Space), [&f] { f.imgPausePlay_Click(); },
-               [&f] { f.imgLeftPlay_Click(); });
+  expectSameAs(
+      QKeySequence(Qt::Key_Space), [&f] { f.imgPausePlay_Click(); },
+      [&f] { f.imgLeftPlay_Click(); });
   for (const auto key : {Qt::Key_Period, Qt::Key_Right}) {
     expectSameAs(QKeySequence(key), [&f] { f.imgRightStep_Click(); });
   }
@@ -108,14 +109,17 @@ TEST_F(KeysTest, EachKeyDoesWhatItsButtonDoes) {
   expectSameAs(QKeySequence(Qt::Key_Home), [&f] { f.imgBegin_Click(); });
   expectSameAs(QKeySequence(Qt::Key_End), [&f] { f.imgEnd_Click(); });
   expectSameAs(QKeySequence(Qt::Key_BracketRight), [&f] { f.imgRightSearch_Click(); });
-  expectSameAs(QKeySequence(Qt::Key_BracketLeft), [&f] { f.imgLeftSearch_Click(); },
-               [&f] { f.imgEnd_Click(); });
+  expectSameAs(
+      QKeySequence(Qt::Key_BracketLeft), [&f] { f.imgLeftSearch_Click(); },
+      [&f] { f.imgEnd_Click(); });
   for (const auto key : {Qt::Key_Plus, Qt::Key_Equal}) {
     expectSameAs(QKeySequence(key), [&f] { f.imgZoomIn_Click(); });
   }
-  expectSameAs(QKeySequence(Qt::Key_Minus), [&f] { f.imgZoomOut_Click(); }, {}, true);
-  expectSameAs(QKeySequence(Qt::CTRL | Qt::Key_O), [&f] { f.imgFile_Click(); },
-               [this] { m_host.dialogs.answer(""); });
+  expectSameAs(
+      QKeySequence(Qt::Key_Minus), [&f] { f.imgZoomOut_Click(); }, {}, true);
+  expectSameAs(
+      QKeySequence(Qt::CTRL | Qt::Key_O), [&f] { f.imgFile_Click(); },
+      [this] { m_host.dialogs.answer(""); });
   expectSameAs(QKeySequence(Qt::CTRL | Qt::Key_S), [&f] { f.imgSave_Click(); });
 }
 

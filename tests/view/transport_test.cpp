@@ -3,8 +3,8 @@
 
 #include <filesystem>
 
-#include "tests/support/window_fixture.h"
 #include "clip/clip_writer.h"
+#include "tests/support/window_fixture.h"
 
 namespace {
 

@@ -2,11 +2,11 @@
 
 #include <turbojpeg.h>
 // jpeglib.h needs the C standard types declared first.
-#include <cstdio>
 #include <jpeglib.h>
 
 #include <algorithm>
 #include <csetjmp>
+#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -49,14 +49,16 @@ Decoded decodeRows(std::span<const std::uint8_t> jpeg, std::uint8_t* pixels, int
     jpeg_read_header(&cinfo, TRUE);
     cinfo.out_color_space = JCS_EXT_BGR;
     jpeg_start_decompress(&cinfo);
-    if (static_cast<int>(cinfo.output_height) != height) errorExit(reinterpret_cast<j_common_ptr>(&cinfo));
+    if (static_cast<int>(cinfo.output_height) != height)
+      errorExit(reinterpret_cast<j_common_ptr>(&cinfo));
     while (cinfo.output_scanline < cinfo.output_height) {
       const auto top = static_cast<int>(cinfo.output_scanline);
       const int count = std::min(16, height - top);
       for (int i = 0; i < count; ++i) {
         rows[i] = pixels + static_cast<std::size_t>(height - 1 - top - i) * pitch;
       }
-      const auto read = static_cast<int>(jpeg_read_scanlines(&cinfo, rows, static_cast<JDIMENSION>(count)));
+      const auto read =
+          static_cast<int>(jpeg_read_scanlines(&cinfo, rows, static_cast<JDIMENSION>(count)));
       if (rowsDone && read > 0) rowsDone(height - top - read);
     }
     jpeg_finish_decompress(&cinfo);
@@ -119,8 +121,7 @@ bool JPG_TO_BMP(FileSystem& fs, const std::string& source, const std::string& ta
     const std::string jpeg = readWholeFile(fs, source);
     JpegBitmapDecoder decoder;
     std::vector<std::uint8_t> bitmap;
-    if (decoder.decode({reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size()},
-                       bitmap)) {
+    if (decoder.decode({reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size()}, bitmap)) {
       auto out = fs.openWrite(target);
       out->writeAt(0, bitmap);
       out->truncate(static_cast<std::int64_t>(bitmap.size()));

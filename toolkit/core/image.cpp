@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-
 #include <cstring>
 #include <memory>
 #include <new>
@@ -184,7 +183,8 @@ void putFixed32BigEndian(std::uint8_t* p, std::uint32_t v) {
   for (int i = 0; i < 4; ++i) p[i] = static_cast<std::uint8_t>(v >> (24 - 8 * i));
 }
 
-void putChunk(std::vector<std::uint8_t>& png, const char* type, std::span<const std::uint8_t> data) {
+void putChunk(std::vector<std::uint8_t>& png, const char* type,
+              std::span<const std::uint8_t> data) {
   const std::size_t start = png.size();
   png.resize(start + 8);
   putFixed32BigEndian(png.data() + start, static_cast<std::uint32_t>(data.size()));

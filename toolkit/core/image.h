@@ -58,8 +58,8 @@ void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp);
 inline constexpr int bmpRowBytes(int width) { return (width * 3 + 3) & ~3; }
 inline constexpr std::size_t kBmpHeaderBytes = 54;
 inline constexpr std::size_t bmpFileBytes(int width, int height) {
-  return kBmpHeaderBytes + static_cast<std::size_t>(bmpRowBytes(width)) *
-                               static_cast<std::size_t>(height);
+  return kBmpHeaderBytes +
+         static_cast<std::size_t>(bmpRowBytes(width)) * static_cast<std::size_t>(height);
 }
 // The 54 bytes that head every bitmap the program writes: bfOffBits 54, biSize 40, biPlanes 1,
 // biBitCount 24, no compression, biSizeImage the pixel bytes, 96 dpi, biClrUsed 0.

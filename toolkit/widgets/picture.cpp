@@ -65,9 +65,8 @@ Picture Picture::fromBitmap(std::span<const std::uint8_t> file) {
 
 Picture LoadPicture(FileSystem& files, const std::string& path) {
   const std::string bytes = readWholeFile(files, path);
-  return LoadPicture(
-      std::span<const std::uint8_t>(reinterpret_cast<const std::uint8_t*>(bytes.data()),
-                                    bytes.size()));
+  return LoadPicture(std::span<const std::uint8_t>(
+      reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
 }
 
 Picture LoadPicture(std::span<const std::uint8_t> data) {

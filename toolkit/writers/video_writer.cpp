@@ -134,8 +134,8 @@ VideoWriter::VideoWriter(WritableFile& file, const VideoSpec& video)
   // The encoder's notes (coefficients clipped and the like) are not the user's business.
   av_log_set_level(AV_LOG_ERROR);
   const bool mp4 = video.format == VideoFormat::Mp4;
-  const AVCodec* encoder = mp4 ? avcodec_find_encoder_by_name("libx264")
-                               : avcodec_find_encoder(AV_CODEC_ID_WMV2);
+  const AVCodec* encoder =
+      mp4 ? avcodec_find_encoder_by_name("libx264") : avcodec_find_encoder(AV_CODEC_ID_WMV2);
   if (!encoder) {
     throw VideoError(mp4 ? "This system has no H.264 encoder (libx264)."
                          : "This system has no Windows Media Video encoder.");
