@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <limits>
 #include <sstream>
 
 #include "app/clip_search.h"
@@ -55,9 +56,7 @@ void writeBeside(const ScanOptions& options, const std::string& name,
                  const std::vector<std::uint8_t>& bytes) {
   const std::string path = options.outFolder + "/" + name;
   try {
-    toolkit::replaceFile(
-        *options.outFiles, path, [&](toolkit::WritableFile& file) { file.writeAt(0, bytes); },
-        true);
+    toolkit::replaceFile(*options.outFiles, path, bytes, true);
   } catch (const toolkit::RuntimeError& e) {
     throw ScanWriteError("cannot write " + path + ": " + e.description());
   }
@@ -77,11 +76,9 @@ std::string writeThumbnail(ToolSession& tool, const ClipScan& scan, const Event&
   search::FrameDecoder().decode(frame, 0);
   const toolkit::RgbImage picture = search::markedPicture(frame, {});
   if (picture.empty() || peak == scan.motion.end()) return {};
-  const int width = std::min(kThumbnailWidth, picture.width);
-  toolkit::RgbImage thumb = toolkit::shrinkImage(
-      picture, width,
-      std::max(1, static_cast<int>(
-                      std::lround(static_cast<double>(picture.height) * width / picture.width))));
+  const toolkit::Size size = toolkit::fitWithin(picture.width, picture.height, kThumbnailWidth,
+                                                std::numeric_limits<int>::max());
+  toolkit::RgbImage thumb = toolkit::shrinkImage(picture, size.width, size.height);
   search::drawMarks(thumb, peak->marked, static_cast<double>(thumb.width) / picture.width);
   const std::string name = eventFileName(scan.clip, event.number, ".jpg");
   writeBeside(options, name, toolkit::encodeJpeg(thumb, 90, toolkit::ChromaSubsampling::k444));

@@ -27,14 +27,8 @@ void bring(toolkit::FileSystem& files, const std::string& from, const std::strin
   if (std::filesystem::equivalent(source, target, ec)) return;
   toolkit::discardFile(files, target);
   if (::link(source.c_str(), target.c_str()) == 0) return;
-  const std::string bytes = toolkit::readWholeFile(files, source);
-  toolkit::replaceFile(
-      files, target,
-      [&](toolkit::WritableFile& file) {
-        file.writeAt(0,
-                     std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
-      },
-      true);
+  toolkit::replaceFile(files, target, toolkit::bytesOf(toolkit::readWholeFile(files, source)),
+                       true);
 }
 
 }  // namespace
@@ -59,8 +53,7 @@ int runReport(const Args& args, std::ostream& out, std::ostream& err) {
       folderOf.push_back(args[i]);
     }
   }
-  std::error_code ec;
-  std::filesystem::create_directories(target, ec);
+  if (!makeFolder(target, err)) return 1;
   try {
     for (std::size_t k = 0; k < all.size(); ++k) {
       for (const Event& e : all[k].events) {
@@ -72,19 +65,9 @@ int runReport(const Args& args, std::ostream& out, std::ostream& err) {
     const std::vector<ClipScan> joined = latestRecords(all);
     std::string lines;
     for (const ClipScan& record : joined) lines += recordLine(record) + "\n";
-    toolkit::replaceFile(
-        files, target + "/scan.jsonl",
-        [&](toolkit::WritableFile& file) {
-          file.writeAt(
-              0, std::span(reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()));
-        },
-        true);
+    toolkit::replaceFile(files, target + "/scan.jsonl", toolkit::bytesOf(lines), true);
     if (!writeScanReport(files, target, joined, err)) return 1;
-    std::size_t events = 0;
-    for (const ClipScan& record : joined) events += record.events.size();
-    out << joined.size() << (joined.size() == 1 ? " clip, " : " clips, ") << events
-        << (events == 1 ? " event" : " events") << ": "
-        << (std::filesystem::path(target) / "index.html").string() << "\n";
+    out << reportSummary(joined, target) << "\n";
   } catch (const toolkit::RuntimeError& e) {
     err << "hgvtool: cannot write " << target << ": " << e.description() << "\n";
     return 1;

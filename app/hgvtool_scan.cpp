@@ -150,16 +150,6 @@ class StopSignals {
   struct sigaction m_term {};
 };
 
-bool makeFolder(const std::string& folder, std::ostream& err) {
-  std::error_code ec;
-  std::filesystem::create_directories(folder, ec);
-  if (ec || !std::filesystem::is_directory(folder)) {
-    err << "hgvtool: cannot make the folder \"" << folder << "\": " << ec.message() << "\n";
-    return false;
-  }
-  return true;
-}
-
 // The frames of every clip to scan, from the clips' indexes, for the progress line.
 long long countFrames(const std::vector<std::string>& clips) {
   toolkit::PosixFileSystem files;
@@ -342,19 +332,13 @@ int writeReport(const ScanCommand& c, const std::vector<std::string>& clips,
                 toolkit::FileSystem& files, std::ostream& out, std::ostream& err) {
   const std::vector<ClipScan> records = readJournal(files, c.out);
   if (!writeScanReport(files, c.out, records, err)) return 1;
-  std::size_t events = 0;
   bool complete = true;
   for (const ClipScan& record : records) {
-    events += record.events.size();
     if (std::binary_search(clips.begin(), clips.end(), record.clip)) {
       complete = complete && record.opened && !record.broke;
     }
   }
-  if (!c.json) {
-    out << records.size() << (records.size() == 1 ? " clip, " : " clips, ") << events
-        << (events == 1 ? " event" : " events") << ": "
-        << (std::filesystem::path(c.out) / "index.html").string() << "\n";
-  }
+  if (!c.json) out << reportSummary(records, c.out) << "\n";
   return complete ? 0 : 1;
 }
 

@@ -141,11 +141,21 @@ bool parseInt(const std::string& text, long long& value) {
   return true;
 }
 
+bool makeFolder(const std::string& folder, std::ostream& err) {
+  std::error_code ec;
+  std::filesystem::create_directories(folder, ec);
+  if (ec || !std::filesystem::is_directory(folder)) {
+    err << "hgvtool: cannot make the folder \"" << folder << "\": " << ec.message() << "\n";
+    return false;
+  }
+  return true;
+}
+
 bool writeFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,
                          std::ostream& err) {
   toolkit::PosixFileSystem files;
   try {
-    toolkit::replaceFile(files, path, [&](toolkit::WritableFile& file) { file.writeAt(0, bytes); });
+    toolkit::replaceFile(files, path, bytes);
   } catch (const toolkit::RuntimeError& e) {
     err << "hgvtool: cannot write " << path << ": " << e.description() << "\n";
     return false;

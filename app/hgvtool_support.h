@@ -91,6 +91,9 @@ class TerminalLine {
 // Parses "L,T,R,B", four whole numbers of 32 bits.
 bool parseArea(const std::string& text, toolkit::Rect& area);
 
+// Makes the folder and those above it; false, with the reason on `err`, when it cannot be made.
+bool makeFolder(const std::string& folder, std::ostream& err);
+
 // Writes bytes to `path` so that no half-written file is left behind: into a neighbour first,
 // then renamed over the target. Returns false (and says why on `err`) on failure.
 bool writeFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,

@@ -57,8 +57,7 @@ void ScanJournal::append(const ClipScan& scan) {
   const std::string line = recordLine(scan) + "\n";
   try {
     auto file = m_files.openWrite(m_path);
-    file->writeAt(m_length,
-                  std::span(reinterpret_cast<const std::uint8_t*>(line.data()), line.size()));
+    file->writeAt(m_length, toolkit::bytesOf(line));
     file->sync();
   } catch (const toolkit::RuntimeError&) {
     try {

@@ -321,13 +321,7 @@ namespace {
 bool write(toolkit::FileSystem& files, const std::string& path, const std::string& text,
            std::ostream& err) {
   try {
-    toolkit::replaceFile(
-        files, path,
-        [&](toolkit::WritableFile& file) {
-          file.writeAt(0,
-                       std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
-        },
-        true);
+    toolkit::replaceFile(files, path, toolkit::bytesOf(text), true);
   } catch (const toolkit::RuntimeError& e) {
     err << "hgvtool: cannot write " << path << ": " << e.description() << "\n";
     return false;
@@ -381,6 +375,14 @@ bool writeScanReport(toolkit::FileSystem& files, const std::string& folder,
   return write(files, folder + "/events.json", json, err) &&
          write(files, folder + "/events.csv", scanCsv(scans), err) &&
          write(files, folder + "/index.html", scanHtml(scans), err);
+}
+
+std::string reportSummary(const std::vector<ClipScan>& scans, const std::string& folder) {
+  std::size_t events = 0;
+  for (const ClipScan& scan : scans) events += scan.events.size();
+  return std::to_string(scans.size()) + (scans.size() == 1 ? " clip, " : " clips, ") +
+         std::to_string(events) + (events == 1 ? " event" : " events") + ": " +
+         (std::filesystem::path(folder) / "index.html").string();
 }
 
 }  // namespace app

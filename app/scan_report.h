@@ -25,6 +25,8 @@ std::string scanHtml(const std::vector<ClipScan>& scans);
 // are already there. False, with the reason on `err`, when a file cannot be written.
 bool writeScanReport(toolkit::FileSystem& files, const std::string& folder,
                      const std::vector<ClipScan>& scans, std::ostream& err);
+// "3 clips, 22 events: FOLDER/index.html", the line that ends a scan or a join.
+std::string reportSummary(const std::vector<ClipScan>& scans, const std::string& folder);
 
 // The clip's line and a table of its events: event, start, end, duration.
 void printScanText(const ClipScan& scan, std::ostream& out);

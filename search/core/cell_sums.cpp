@@ -103,9 +103,10 @@ __attribute__((target("avx2,fma"))) inline __m256 lumaPair(const std::uint8_t* r
 // sums. Eight cells side by side, one to a lane: each vector of brightness holds four pixels of
 // cell j in its low half and the same four of cell j + 4 in its high half, so that a transpose
 // within the halves gives four vectors of one pixel per cell, added in the pixels' order.
+// `rest` has room for the brightness of the row's pixels past the cells summed eight at a time.
 __attribute__((target("avx2,fma"))) void sumRowAvx2(const std::uint8_t* row, std::int64_t width,
                                                     std::int64_t cellColumns, int cellSize,
-                                                    float* sums) {
+                                                    float* sums, float* rest) {
   std::int64_t c0 = 0;
   if (cellSize % 4 == 0) {
     for (; c0 + 8 <= cellColumns; c0 += 8) {
@@ -129,9 +130,8 @@ __attribute__((target("avx2,fma"))) void sumRowAvx2(const std::uint8_t* row, std
     }
   }
   if (c0 == cellColumns) return;
-  std::vector<float> rest(static_cast<std::size_t>((cellColumns - c0) * cellSize));
-  lumaRowAvx2(row + 3 * c0 * cellSize, static_cast<std::int64_t>(rest.size()), rest.data());
-  addRowScalar(rest.data(), 0, cellColumns - c0, cellSize, sums + c0);
+  lumaRowAvx2(row + 3 * c0 * cellSize, (cellColumns - c0) * cellSize, rest);
+  addRowScalar(rest, 0, cellColumns - c0, cellSize, sums + c0);
 }
 
 #endif
@@ -176,18 +176,17 @@ void cellSums(const BgrRows& rows, int cellSize, float* sums, std::int64_t first
   if (cellColumns == 0 || firstCellRow >= endCellRow) return;
   // Only the pixels of whole cells: the row's tail past the last cell is never added.
   const std::int64_t coveredWidth = cellColumns * cellSize;
-  std::vector<float> luma;
+  std::vector<float> luma(static_cast<std::size_t>(coveredWidth));
   for (std::int64_t y = firstCellRow * cellSize; y < endCellRow * cellSize; ++y) {
     const std::uint8_t* row = rows.data + static_cast<std::size_t>(y) * rows.rowBytes;
     float* cellRow = sums + (y / cellSize) * cellColumns;
     if (y % cellSize == 0) std::fill(cellRow, cellRow + cellColumns, 0.0f);
 #ifdef HG_HAVE_X86_PATHS
     if (chosen == CellSumPath::kAvx2) {
-      sumRowAvx2(row, coveredWidth, cellColumns, cellSize, cellRow);
+      sumRowAvx2(row, coveredWidth, cellColumns, cellSize, cellRow, luma.data());
       continue;
     }
 #endif
-    luma.resize(static_cast<std::size_t>(coveredWidth));
     lumaRowScalar(row, coveredWidth, luma.data());
     addRowScalar(luma.data(), 0, cellColumns, cellSize, cellRow);
   }

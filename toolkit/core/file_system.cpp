@@ -159,6 +159,12 @@ void replaceFile(FileSystem& fs, const std::string& path,
   }
 }
 
+void replaceFile(FileSystem& fs, const std::string& path, std::span<const std::uint8_t> bytes,
+                 bool durable) {
+  replaceFile(
+      fs, path, [&](WritableFile& file) { file.writeAt(0, bytes); }, durable);
+}
+
 void discardFile(FileSystem& fs, const std::string& path) {
   try {
     if (fs.exists(path)) fs.remove(path);

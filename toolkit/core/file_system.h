@@ -9,6 +9,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace toolkit {
 
@@ -73,5 +74,13 @@ void discardFile(FileSystem& fs, const std::string& path);
 // then as it was.
 void replaceFile(FileSystem& fs, const std::string& path,
                  const std::function<void(WritableFile&)>& write, bool durable = false);
+// The same for a file that is to hold exactly `bytes`.
+void replaceFile(FileSystem& fs, const std::string& path, std::span<const std::uint8_t> bytes,
+                 bool durable = false);
+
+// The bytes of a text, for writing it.
+inline std::span<const std::uint8_t> bytesOf(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
 
 }  // namespace toolkit

@@ -263,10 +263,14 @@ RgbImage shrinkImage(const RgbImage& picture, int width, int height) {
 
 Size fitWithin(int pictureWidth, int pictureHeight, int width, int height) {
   if (pictureWidth <= 0 || pictureHeight <= 0) return {1, 1};
-  const double scale = std::min({1.0, static_cast<double>(width) / pictureWidth,
-                                 static_cast<double>(height) / pictureHeight});
-  return {std::max(1, static_cast<int>(std::lround(pictureWidth * scale))),
-          std::max(1, static_cast<int>(std::lround(pictureHeight * scale)))};
+  if (pictureWidth <= width && pictureHeight <= height) return {pictureWidth, pictureHeight};
+  if (std::int64_t{pictureWidth} * height >= std::int64_t{pictureHeight} * width) {
+    return {width, std::max(1, static_cast<int>(std::lround(static_cast<double>(pictureHeight) *
+                                                            width / pictureWidth)))};
+  }
+  return {std::max(1, static_cast<int>(
+                          std::lround(static_cast<double>(pictureWidth) * height / pictureHeight))),
+          height};
 }
 
 }  // namespace toolkit

@@ -10,7 +10,6 @@
 #include "toolkit/core/runtime_error.h"
 #include "toolkit/widgets/control.h"
 #include "toolkit/widgets/form.h"
-#include "toolkit/widgets/instance_link.h"
 
 namespace toolkit {
 namespace {
@@ -67,9 +66,6 @@ std::string ScriptedFileDialogProvider::choose(const FileDialogRequest& request)
   m_answers.pop_front();
   return answer;
 }
-
-LockFileInstanceCheck::LockFileInstanceCheck()
-    : LockFileInstanceCheck(instanceLockPath(defaultInstanceName())) {}
 
 LockFileInstanceCheck::LockFileInstanceCheck(const std::string& lockPath)
     : m_lock(std::make_unique<QLockFile>(QString::fromStdString(lockPath))) {}

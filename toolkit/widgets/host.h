@@ -67,11 +67,10 @@ class InstanceCheck {
   virtual bool anotherInstanceRunning() = 0;
 };
 
-// A lock file in the user's runtime folder, named after the executable's path; the first copy
-// holds it until it exits. A copy that died leaves a stale lock, which QLockFile takes over.
+// A lock file (see toolkit::instanceLockPath); the first copy holds it until it exits. A copy
+// that died leaves a stale lock, which QLockFile takes over.
 class LockFileInstanceCheck : public InstanceCheck {
  public:
-  LockFileInstanceCheck();
   explicit LockFileInstanceCheck(const std::string& lockPath);
   ~LockFileInstanceCheck() override;
   bool anotherInstanceRunning() override;
