@@ -31,9 +31,10 @@ void outputMessage(j_common_ptr) {}
 
 enum class Decoded { Clean, Warned, Failed };
 
-// tjDecompress2 into `pixels` (rows bottom-up, `pitch` bytes apart), one band of scanlines at a
-// time so that `rowsDone` hears of each. A fatal error after a warning still leaves a picture, as
-// TurboJPEG has it; rows not reached then keep what they held.
+// libjpeg's decompressor into `pixels` (rows bottom-up, `pitch` bytes apart), one band of
+// scanlines at a time so that `rowsDone` hears of each. The pixels are those tjDecompress2 gives.
+// A fatal error after a warning still leaves a picture, as TurboJPEG has it; rows not reached
+// then keep what they held.
 Decoded decodeRows(std::span<const std::uint8_t> jpeg, std::uint8_t* pixels, int height, int pitch,
                    const JpegBitmapDecoder::RowsDone& rowsDone) {
   jpeg_decompress_struct cinfo;
@@ -121,7 +122,7 @@ bool JPG_TO_BMP(FileSystem& fs, const std::string& source, const std::string& ta
     const std::string jpeg = readWholeFile(fs, source);
     JpegBitmapDecoder decoder;
     std::vector<std::uint8_t> bitmap;
-    if (decoder.decode({reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size()}, bitmap)) {
+    if (decoder.decode(bytesOf(jpeg), bitmap)) {
       auto out = fs.openWrite(target);
       out->writeAt(0, bitmap);
       out->truncate(static_cast<std::int64_t>(bitmap.size()));
