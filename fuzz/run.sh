@@ -1,15 +1,24 @@
 #!/usr/bin/env bash
-# Builds the clip reader's libFuzzer target with clang and runs it. Usage: fuzz/run.sh [SECONDS]
+# Builds one libFuzzer target with clang and runs it, starting from the seeds its replay test
+# writes. Usage: fuzz/run.sh TARGET [SECONDS]   (TARGET: clip_reader)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-seconds=${1:-120}
+target=${1:?usage: fuzz/run.sh TARGET [SECONDS]}
+seconds=${2:-120}
+
+# Per target: the test executable and filter of its replay test (which writes the seeds), the
+# largest input, and how much memory one input may take.
+case "$target" in
+  clip_reader) tests=clip/clip_test filter='FuzzReplayTest.*' max_len=65536 malloc_mb=64 ;;
+  *) echo "fuzz/run.sh: unknown target $target" >&2; exit 2 ;;
+esac
+
 scripts/install-deps.sh
 CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DHG_FUZZ=ON -DHG_SANITIZE=ON -DHG_BUILD_TESTS=ON >/dev/null
-cmake --build build/fuzz --target clip_reader_fuzzer clip_test
-mkdir -p build/fuzz/corpus
-HG_WRITE_FUZZ_CORPUS=build/fuzz/corpus build/fuzz/tests/clip/clip_test \
-  --gtest_filter='FuzzReplayTest.*' >/dev/null
-# The largest input is 64 KiB; the reader may hold at most that much beside its fixed tables.
-build/fuzz/fuzz/clip_reader_fuzzer build/fuzz/corpus -max_len=65536 -malloc_limit_mb=64 \
+cmake --build build/fuzz --target "${target}_fuzzer" "$(basename "$tests")"
+corpus=build/fuzz/corpus/$target
+mkdir -p "$corpus"
+HG_WRITE_FUZZ_CORPUS=$corpus "build/fuzz/tests/$tests" --gtest_filter="$filter" >/dev/null
+"build/fuzz/fuzz/${target}_fuzzer" "$corpus" -max_len="$max_len" -malloc_limit_mb="$malloc_mb" \
   -rss_limit_mb=1024 -timeout=5 -max_total_time="$seconds" -print_final_stats=1
