@@ -21,6 +21,7 @@ using testing_support::ClipFacts;
 using testing_support::readBytes;
 using testing_support::readClip;
 using testing_support::readVideo;
+using testing_support::temporariesIn;
 using testing_support::VideoFacts;
 using testing_support::writeBytes;
 using toolkit::kTrue;
@@ -51,7 +52,7 @@ class ExportTest : public testing_support::WindowFixture {
   }
   void expectNothingAt(const std::string& path) {
     EXPECT_FALSE(fs::exists(path)) << path;
-    EXPECT_FALSE(fs::exists(path + ".part")) << path;
+    EXPECT_TRUE(temporariesIn(fs::path(path).parent_path()).empty()) << path;
   }
 };
 
@@ -145,7 +146,7 @@ TEST_F(ExportTest, TheJpegIsTheStoredFrameWhateverTheViewShowsAndReplacesALonger
   EXPECT_EQ(boxes()[0].title, std::optional<std::string>("Save"));
   EXPECT_EQ(boxes()[0].icon, toolkit::MsgIcon::None);
   expectWindowsBack();
-  EXPECT_FALSE(fs::exists(destination + ".part"));
+  EXPECT_TRUE(temporariesIn(fs::path(destination).parent_path()).empty());
 }
 
 TEST_F(ExportTest, ASubClipHoldsTheRunsFramesByteForByte) {
@@ -288,7 +289,7 @@ TEST_F(ExportCoreTest, AFullDiskLeavesTheOldFileAsItWas) {
               "Could not write \"" + destination + "\".\r\nError:61\r\nDisk full");
   }
   EXPECT_EQ(readBytes(destination), (Bytes{1, 2, 3}));
-  EXPECT_FALSE(fs::exists(destination + ".part"));
+  EXPECT_TRUE(temporariesIn(m_dir.path()).empty());
   m_files.room.reset();
   for (const char* name : {"a.wmv", "b.jpg"}) {
     m_files.room = 100;
@@ -298,7 +299,7 @@ TEST_F(ExportCoreTest, AFullDiskLeavesTheOldFileAsItWas) {
                      : exporting::CopyCurrentJpg(m_clip, m_files, target),
                  exporting::ExportFailure);
     EXPECT_FALSE(fs::exists(target));
-    EXPECT_FALSE(fs::exists(target + ".part"));
+    EXPECT_TRUE(temporariesIn(m_dir.path()).empty());
   }
 }
 

@@ -29,7 +29,12 @@ class FaultyFileSystem : public toolkit::FileSystem {
     if (failWrites) throw toolkit::RuntimeError::of(*failWrites);
     return std::make_unique<File>(*this, m_real.openWrite(path));
   }
+  std::unique_ptr<toolkit::WritableFile> createNew(const std::string& path) override {
+    if (failWrites) throw toolkit::RuntimeError::of(*failWrites);
+    return std::make_unique<File>(*this, m_real.createNew(path));
+  }
   bool exists(const std::string& path) override { return m_real.exists(path); }
+  toolkit::FileKind kind(const std::string& path) override { return m_real.kind(path); }
   void remove(const std::string& path) override { m_real.remove(path); }
   void rename(const std::string& from, const std::string& to) override { m_real.rename(from, to); }
 

@@ -31,4 +31,13 @@ void writeBytes(const std::string& path, const std::vector<std::uint8_t>& bytes)
             static_cast<std::streamsize>(bytes.size()));
 }
 
+std::vector<std::string> temporariesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  std::error_code ec;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+    if (entry.path().extension() == ".part") names.push_back(entry.path().filename().string());
+  }
+  return names;
+}
+
 }  // namespace testing_support

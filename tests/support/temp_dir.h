@@ -23,5 +23,7 @@ class TempDir {
 
 std::vector<std::uint8_t> readBytes(const std::string& path);
 void writeBytes(const std::string& path, const std::vector<std::uint8_t>& bytes);
+// The names of the temporary files (".part") a write left in `folder`; none after any write.
+std::vector<std::string> temporariesIn(const std::string& folder);
 
 }  // namespace testing_support

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <random>
 
 #include "toolkit/core/runtime_error.h"
 
@@ -94,34 +96,83 @@ void throwFileError(int err, bool writing) {
       throw RuntimeError::of(ErrorNumber::DiskFull);
     case ENAMETOOLONG:
       throw RuntimeError::of(ErrorNumber::BadFileNameOrNumber);
+    case ELOOP:
+    case EISDIR:
+    case ENXIO:
+    case ENODEV:
+      if (writing) throwNotRegularFile();
+      throw RuntimeError::of(ErrorNumber::PathFileAccessError);
+    case EEXIST:
+      throwFileExists();
     default:
       throw RuntimeError::of(ErrorNumber::PathFileAccessError);
   }
 }
 
-std::unique_ptr<ReadableFile> PosixFileSystem::openRead(const std::string& path) {
+void throwNotRegularFile() {
+  throw RuntimeError(static_cast<int>(ErrorNumber::PathFileAccessError),
+                     "Path/File access error (not a regular file)");
+}
+
+void throwFileExists() {
+  throw RuntimeError(static_cast<int>(ErrorNumber::FileAlreadyExists), "File already exists");
+}
+
+namespace {
+
+// Opens with `flags`, never waiting for a FIFO's other end, and keeps the descriptor only when it
+// is a regular file. A read of something else gets the old toolkit's plain error, which the open
+// dialog's boxes show; a write says why.
+int openRegular(const std::string& path, int flags, bool writing) {
   if (path.empty()) throw RuntimeError::of(ErrorNumber::BadFileNameOrNumber);
-  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) throwFileError(errno, false);
+  const int fd = ::open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC, 0644);
+  if (fd < 0) throwFileError(errno, writing);
   struct stat st {};
-  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    int err = S_ISDIR(st.st_mode) ? EISDIR : errno;
+  if (::fstat(fd, &st) != 0) {
+    const int err = errno;
     ::close(fd);
-    throwFileError(err, false);
+    throwFileError(err, writing);
   }
+  if (!S_ISREG(st.st_mode)) {
+    ::close(fd);
+    if (!writing) throw RuntimeError::of(ErrorNumber::PathFileAccessError);
+    throwNotRegularFile();
+  }
+  ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+  return fd;
+}
+
+}  // namespace
+
+std::unique_ptr<ReadableFile> PosixFileSystem::openRead(const std::string& path) {
+  const int fd = openRegular(path, O_RDONLY, false);
+  struct stat st {};
+  ::fstat(fd, &st);
   return std::make_unique<PosixReadableFile>(fd, static_cast<std::int64_t>(st.st_size));
 }
 
 std::unique_ptr<WritableFile> PosixFileSystem::openWrite(const std::string& path) {
-  if (path.empty()) throw RuntimeError::of(ErrorNumber::BadFileNameOrNumber);
-  int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-  if (fd < 0) throwFileError(errno, true);
-  return std::make_unique<PosixWritableFile>(fd);
+  return std::make_unique<PosixWritableFile>(
+      openRegular(path, O_WRONLY | O_CREAT | O_NOFOLLOW, true));
+}
+
+std::unique_ptr<WritableFile> PosixFileSystem::createNew(const std::string& path) {
+  return std::make_unique<PosixWritableFile>(
+      openRegular(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, true));
 }
 
 bool PosixFileSystem::exists(const std::string& path) {
   struct stat st {};
   return !path.empty() && ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+FileKind PosixFileSystem::kind(const std::string& path) {
+  struct stat st {};
+  if (path.empty() || ::lstat(path.c_str(), &st) != 0) return FileKind::None;
+  if (S_ISREG(st.st_mode)) return FileKind::Regular;
+  if (S_ISDIR(st.st_mode)) return FileKind::Folder;
+  if (S_ISLNK(st.st_mode)) return FileKind::Link;
+  return FileKind::Other;
 }
 
 void PosixFileSystem::remove(const std::string& path) {
@@ -138,20 +189,46 @@ void writeWholeFile(FileSystem& fs, const std::string& path, std::span<const std
   file->truncate(static_cast<std::int64_t>(bytes.size()));
 }
 
+namespace {
+
+// A new, empty file in the folder of `path` under a name nobody can know in advance; its name
+// goes to `temporary`.
+std::unique_ptr<WritableFile> createTemporaryBeside(FileSystem& fs, const std::string& path,
+                                                    std::string& temporary) {
+  const std::size_t slash = path.rfind('/');
+  const std::string folder = slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+  std::random_device random;
+  for (int attempt = 0;; ++attempt) {
+    char name[48];
+    std::snprintf(name, sizeof name, ".hg-%08x%08x.part", random(), random());
+    temporary = folder + name;
+    try {
+      return fs.createNew(temporary);
+    } catch (const RuntimeError& e) {
+      if (e.number() != static_cast<int>(ErrorNumber::FileAlreadyExists) || attempt == 16) throw;
+    }
+  }
+}
+
+}  // namespace
+
 void replaceFile(FileSystem& fs, const std::string& path,
                  const std::function<void(WritableFile&)>& write, bool durable) {
-  const std::string temporary = path + ".part";
+  const FileKind there = fs.kind(path);
+  if (there != FileKind::None && there != FileKind::Regular && there != FileKind::Link) {
+    throwNotRegularFile();
+  }
+  std::string temporary;
+  std::unique_ptr<WritableFile> file = createTemporaryBeside(fs, path, temporary);
   try {
-    {
-      auto file = fs.openWrite(temporary);
-      file->truncate(0);
-      write(*file);
-      if (durable) file->sync();
-    }
+    write(*file);
+    if (durable) file->sync();
+    file.reset();
     fs.rename(temporary, path);
   } catch (...) {
+    file.reset();
     try {
-      if (fs.exists(temporary)) fs.remove(temporary);
+      if (fs.kind(temporary) == FileKind::Regular) fs.remove(temporary);
     } catch (const RuntimeError&) {
       // Nothing more can be done about a temporary file that cannot be removed.
     }

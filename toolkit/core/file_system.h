@@ -13,6 +13,12 @@
 
 namespace toolkit {
 
+// Maps an errno value to the old toolkit's run-time error.
+[[noreturn]] void throwFileError(int err, bool writing);
+// The errors of a path that holds something other than a regular file, and of one that is taken.
+[[noreturn]] void throwNotRegularFile();
+[[noreturn]] void throwFileExists();
+
 class ReadableFile {
  public:
   virtual ~ReadableFile() = default;
@@ -32,30 +38,43 @@ class WritableFile {
   virtual void sync() {}
 };
 
+// What stands at a path, without following a link there.
+enum class FileKind { None, Regular, Folder, Link, Other };
+
 class FileSystem {
  public:
   virtual ~FileSystem() = default;
   // Opens an existing file for reading; a missing file is "File not found" (53).
   virtual std::unique_ptr<ReadableFile> openRead(const std::string& path) = 0;
-  // Opens for writing, creating the file if it is not there and keeping its bytes if it is.
+  // Opens for writing, creating the file if it is not there and keeping its bytes if it is. A
+  // link at `path` is never followed, and what is there must be a regular file: a link, a folder,
+  // a device or a FIFO is refused, so that nobody can plant one to have it written through.
   virtual std::unique_ptr<WritableFile> openWrite(const std::string& path) = 0;
+  // Creates a file that is not there yet; anything at `path`, a link included, is refused.
+  virtual std::unique_ptr<WritableFile> createNew(const std::string& path) {
+    if (kind(path) != FileKind::None) throwFileExists();
+    return openWrite(path);
+  }
   virtual bool exists(const std::string& path) = 0;  // a regular file at that path
+  virtual FileKind kind(const std::string& path) {
+    return exists(path) ? FileKind::Regular : FileKind::None;
+  }
   virtual void remove(const std::string& path) = 0;
   // Puts the file `from` in the place of `to`, replacing a file there in one step.
   virtual void rename(const std::string& from, const std::string& to) = 0;
 };
 
+// Reads never block on a FIFO or a device: opening one is refused at once.
 class PosixFileSystem : public FileSystem {
  public:
   std::unique_ptr<ReadableFile> openRead(const std::string& path) override;
   std::unique_ptr<WritableFile> openWrite(const std::string& path) override;
+  std::unique_ptr<WritableFile> createNew(const std::string& path) override;
   bool exists(const std::string& path) override;
+  FileKind kind(const std::string& path) override;
   void remove(const std::string& path) override;
   void rename(const std::string& from, const std::string& to) override;
 };
-
-// Maps an errno value to the old toolkit's run-time error.
-[[noreturn]] void throwFileError(int err, bool writing);
 
 // Reads a whole file; throws like openRead.
 std::string readWholeFile(FileSystem& fs, const std::string& path);
@@ -68,10 +87,13 @@ void writeWholeFile(FileSystem& fs, const std::string& path, std::span<const std
 // Never throws.
 void discardFile(FileSystem& fs, const std::string& path);
 
-// Lets `write` fill a temporary file beside `path` ("<path>.part") and puts it in the place of
-// `path` only when `write` has returned; `durable` syncs it to the disk first. Whatever `write` or
-// the file system throws is rethrown after the temporary file is removed; the file at `path` is
-// then as it was.
+// Lets `write` fill a temporary file beside `path` and puts it in the place of `path` only when
+// `write` has returned; `durable` syncs it to the disk first. The temporary file is created new in
+// the same folder under a name nobody can guess in advance (".hg-<random>.part"), so a link
+// planted there cannot redirect the bytes, and the name stays short whatever the length of
+// `path`'s. A folder, device or FIFO at `path` is refused; a link there is replaced, never
+// followed. Whatever `write` or the file system throws is rethrown after the temporary file is
+// removed; the file at `path` is then as it was.
 void replaceFile(FileSystem& fs, const std::string& path,
                  const std::function<void(WritableFile&)>& write, bool durable = false);
 // The same for a file that is to hold exactly `bytes`.

@@ -14,6 +14,8 @@ std::string_view errorDescription(ErrorNumber number) {
       return "Bad file name or number";
     case ErrorNumber::FileNotFound:
       return "File not found";
+    case ErrorNumber::FileAlreadyExists:
+      return "File already exists";
     case ErrorNumber::DiskFull:
       return "Disk full";
     case ErrorNumber::InputPastEndOfFile:

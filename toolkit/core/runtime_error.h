@@ -15,6 +15,7 @@ enum class ErrorNumber : int {
   DivisionByZero = 11,
   BadFileNameOrNumber = 52,
   FileNotFound = 53,
+  FileAlreadyExists = 58,
   DiskFull = 61,
   InputPastEndOfFile = 62,
   PermissionDenied = 70,
