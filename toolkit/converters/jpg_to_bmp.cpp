@@ -1,77 +1,16 @@
 #include "toolkit/converters/jpg_to_bmp.h"
 
 #include <turbojpeg.h>
-// jpeglib.h needs the C standard types declared first.
-#include <jpeglib.h>
 
-#include <algorithm>
-#include <csetjmp>
-#include <cstdio>
 #include <cstring>
 #include <new>
 
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
+#include "toolkit/core/jpeg_decoding.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace toolkit {
-
-namespace {
-
-struct ErrorManager {
-  jpeg_error_mgr pub;
-  std::jmp_buf jump;
-};
-
-[[noreturn]] void errorExit(j_common_ptr cinfo) {
-  std::longjmp(reinterpret_cast<ErrorManager*>(cinfo->err)->jump, 1);
-}
-// Messages are counted (num_warnings), never printed.
-void outputMessage(j_common_ptr) {}
-
-enum class Decoded { Clean, Warned, Failed };
-
-// libjpeg's decompressor into `pixels` (rows bottom-up, `pitch` bytes apart), one band of
-// scanlines at a time so that `rowsDone` hears of each. The pixels are those tjDecompress2 gives.
-// A fatal error after a warning still leaves a picture, as TurboJPEG has it; rows not reached
-// then keep what they held.
-Decoded decodeRows(std::span<const std::uint8_t> jpeg, std::uint8_t* pixels, int height, int pitch,
-                   const JpegBitmapDecoder::RowsDone& rowsDone) {
-  jpeg_decompress_struct cinfo;
-  ErrorManager errors;
-  cinfo.err = jpeg_std_error(&errors.pub);
-  errors.pub.error_exit = errorExit;
-  errors.pub.output_message = outputMessage;
-  jpeg_create_decompress(&cinfo);
-  JSAMPROW rows[16];
-  volatile Decoded result = Decoded::Failed;
-  if (setjmp(errors.jump) == 0) {
-    jpeg_mem_src(&cinfo, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
-    jpeg_read_header(&cinfo, TRUE);
-    cinfo.out_color_space = JCS_EXT_BGR;
-    jpeg_start_decompress(&cinfo);
-    if (static_cast<int>(cinfo.output_height) != height)
-      errorExit(reinterpret_cast<j_common_ptr>(&cinfo));
-    while (cinfo.output_scanline < cinfo.output_height) {
-      const auto top = static_cast<int>(cinfo.output_scanline);
-      const int count = std::min(16, height - top);
-      for (int i = 0; i < count; ++i) {
-        rows[i] = pixels + static_cast<std::size_t>(height - 1 - top - i) * pitch;
-      }
-      const auto read =
-          static_cast<int>(jpeg_read_scanlines(&cinfo, rows, static_cast<JDIMENSION>(count)));
-      if (rowsDone && read > 0) rowsDone(height - top - read);
-    }
-    jpeg_finish_decompress(&cinfo);
-    result = errors.pub.num_warnings == 0 ? Decoded::Clean : Decoded::Warned;
-  } else {
-    result = errors.pub.num_warnings == 0 ? Decoded::Failed : Decoded::Warned;
-  }
-  jpeg_destroy_decompress(&cinfo);
-  return result;
-}
-
-}  // namespace
 
 JpegBitmapDecoder::~JpegBitmapDecoder() {
   if (m_tj) tjDestroy(m_tj);
@@ -80,6 +19,7 @@ JpegBitmapDecoder::~JpegBitmapDecoder() {
 bool JpegBitmapDecoder::decode(std::span<const std::uint8_t> jpeg,
                                std::vector<std::uint8_t>& bitmap, const RowsDone& rowsDone) {
   m_clean = false;
+  m_refused = false;
   if (jpeg.size() < 4) return false;
   if (!m_tj) m_tj = tjInitDecompress();
   if (!m_tj) return false;
@@ -95,25 +35,35 @@ bool JpegBitmapDecoder::decode(std::span<const std::uint8_t> jpeg,
     m_tj = nullptr;
     return false;
   }
-  if (!plausibleJpegSize(width, height, jpeg.size())) return false;
-  const int row = bmpRowBytes(width);
-  const std::size_t fileSize = bmpFileBytes(width, height);
-  if (bitmap.size() != fileSize) bitmap.assign(fileSize, 0);
-  writeBmpHeader(bitmap.data(), width, height);
-
-  std::uint8_t* pixels = bitmap.data() + kBmpHeaderBytes;
-  const int pad = row - width * 3;
-  if (pad > 0) {
-    for (int y = 0; y < height; ++y) {
+  if (!plausibleJpegSize(width, height, jpeg.size())) {
+    m_refused = true;
+    return false;
+  }
+  JpegOutput output;
+  output.order = PixelOrder::Bgr;
+  output.allocate = [&](int w, int h, std::ptrdiff_t& pitch) -> std::uint8_t* {
+    if (w != width || h != height) return nullptr;
+    const int row = bmpRowBytes(width);
+    const std::size_t fileSize = bmpFileBytes(width, height);
+    if (bitmap.size() != fileSize) bitmap.assign(fileSize, 0);
+    writeBmpHeader(bitmap.data(), width, height);
+    std::uint8_t* pixels = bitmap.data() + kBmpHeaderBytes;
+    const int pad = row - width * 3;
+    for (int y = 0; pad > 0 && y < height; ++y) {
       std::memset(pixels + static_cast<std::size_t>(y) * row + width * 3, 0,
                   static_cast<std::size_t>(pad));
     }
-  }
+    // The rows lie bottom-up: the top one is the last in the file.
+    pitch = -row;
+    return pixels + static_cast<std::size_t>(height - 1) * row;
+  };
+  if (rowsDone) output.rowsDone = [&](int done) { rowsDone(height - done); };
   // A corrupt or cut-off stream is only a warning: libjpeg-turbo fills what is missing, as every
   // other decoder of the program does. Only a fatal error leaves no picture.
-  const Decoded decoded = decodeRows(jpeg, pixels, height, row, rowsDone);
-  m_clean = decoded == Decoded::Clean;
-  return decoded != Decoded::Failed;
+  const JpegResult decoded = decodeJpegRows(jpeg, output);
+  m_clean = decoded == JpegResult::Clean;
+  m_refused = decoded == JpegResult::Refused;
+  return decoded == JpegResult::Clean || decoded == JpegResult::Warned;
 }
 
 bool JPG_TO_BMP(FileSystem& fs, const std::string& source, const std::string& target,

@@ -5,9 +5,10 @@
 //
 // The bitmap is the 54-byte header of toolkit::writeBmpHeader followed by the rows bottom-up,
 // blue, green, red, each row padded with zeros to 4 bytes. The picture is decoded with
-// libjpeg-turbo's defaults (accurate integer DCT, smooth upsampling), so its pixels are those
-// every other decoder of the program sees. Each picture is decoded on a decompressor of its own:
-// a frame that leaves out its tables gets the standard ones, never those of an earlier frame.
+// libjpeg-turbo's defaults (accurate integer DCT, smooth upsampling) under the limits of
+// toolkit/core/jpeg_decoding.h, so its pixels are those every other decoder of the program sees.
+// Each picture is decoded on a decompressor of its own: a frame that leaves out its tables gets the
+// standard ones, never those of an earlier frame.
 
 #include <cstdint>
 #include <functional>
@@ -43,10 +44,15 @@ class JpegBitmapDecoder {
   // after that marker are never read, so the same bytes followed by any others give the same
   // bitmap.
   bool clean() const { return m_clean; }
+  // Whether the last decode() gave no picture because decoding it would cost far more than any
+  // real picture does: too many pixels for its size, too many scans, too much work or memory
+  // (toolkit/core/jpeg_decoding.h).
+  bool refused() const { return m_refused; }
 
  private:
   void* m_tj = nullptr;
   bool m_clean = false;
+  bool m_refused = false;
 };
 
 // The library's one function: writes the bitmap of the JPEG file `source` to `target`, replacing

@@ -10,6 +10,7 @@
 #include <new>
 
 #include "toolkit/core/file_system.h"
+#include "toolkit/core/jpeg_decoding.h"
 #include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 
@@ -21,41 +22,80 @@ struct TjDeleter {
 };
 using TjHandle = std::unique_ptr<void, TjDeleter>;
 
-}  // namespace
-
-bool decodeJpegInto(std::span<const std::uint8_t> bytes, PixelOrder order,
-                    const PixelAllocator& allocate) {
-  if (bytes.size() < 4) return false;
+// nullopt when `bytes` gave a picture at `eighths`/8 of its size; else why not.
+std::optional<JpegFailure> decodeScaledInto(std::span<const std::uint8_t> bytes, PixelOrder order,
+                                            int eighths, const PixelAllocator& allocate) {
+  if (bytes.size() < 4) return JpegFailure::Undecodable;
   TjHandle tj(tjInitDecompress());
-  if (!tj) return false;
+  if (!tj) return JpegFailure::Undecodable;
+  // TurboJPEG's header check decides what is a picture: a header with a warning, or a sampling it
+  // cannot name, is none. TurboJPEG's API takes non-const buffers but does not write to them.
   int width = 0, height = 0, subsamp = 0, colorspace = 0;
   auto* src = const_cast<unsigned char*>(bytes.data());
   auto size = static_cast<unsigned long>(bytes.size());
   if (tjDecompressHeader3(tj.get(), src, size, &width, &height, &subsamp, &colorspace) != 0) {
-    return false;
+    return JpegFailure::Undecodable;
   }
-  if (!plausibleJpegSize(width, height, bytes.size())) return false;
-  int pitch = 0;
-  std::uint8_t* out = allocate(width, height, pitch);
-  if (!out) return false;
-  const int format = order == PixelOrder::Rgb ? TJPF_RGB : TJPF_BGRX;
+  if (!plausibleJpegSize(width, height, bytes.size())) return JpegFailure::TooCostly;
+  JpegOutput output;
+  output.order = order;
+  output.eighths = eighths;
+  output.allocate = [&](int w, int h, std::ptrdiff_t& pitch) {
+    int rowPitch = 0;
+    std::uint8_t* rows = allocate(w, h, rowPitch);
+    pitch = rowPitch;
+    return rows;
+  };
   // A corrupt or cut-off stream is only a warning: libjpeg-turbo fills what is missing.
-  return tjDecompress2(tj.get(), src, size, out, width, pitch, height, format, 0) == 0 ||
-         tjGetErrorCode(tj.get()) != TJERR_FATAL;
+  switch (decodeJpegRows(bytes, output)) {
+    case JpegResult::Clean:
+    case JpegResult::Warned:
+      return std::nullopt;
+    case JpegResult::Refused:
+      return JpegFailure::TooCostly;
+    case JpegResult::Failed:
+      break;
+  }
+  return JpegFailure::Undecodable;
 }
 
-std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes) {
+}  // namespace
+
+bool decodeJpegInto(std::span<const std::uint8_t> bytes, PixelOrder order,
+                    const PixelAllocator& allocate) {
+  return !decodeScaledInto(bytes, order, 8, allocate);
+}
+
+std::optional<RgbImage> decodeJpegScaled(std::span<const std::uint8_t> bytes, int eighths,
+                                         JpegFailure* failure) {
   RgbImage image;
-  const bool decoded =
-      decodeJpegInto(bytes, PixelOrder::Rgb, [&](int width, int height, int& pitch) {
+  const std::optional<JpegFailure> failed =
+      decodeScaledInto(bytes, PixelOrder::Rgb, eighths, [&](int width, int height, int& pitch) {
         image.width = width;
         image.height = height;
         pitch = width * 3;
         image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
         return image.pixels.data();
       });
-  if (!decoded) return std::nullopt;
+  if (failed) {
+    if (failure) *failure = *failed;
+    return std::nullopt;
+  }
   return image;
+}
+
+std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes, JpegFailure* failure) {
+  return decodeJpegScaled(bytes, 8, failure);
+}
+
+int coveringEighths(int width, int height, int coverWidth, int coverHeight) {
+  for (int eighths = 1; eighths < 8; ++eighths) {
+    // libjpeg rounds a scaled size up.
+    const std::int64_t w = (std::int64_t{width} * eighths + 7) / 8;
+    const std::int64_t h = (std::int64_t{height} * eighths + 7) / 8;
+    if (w >= coverWidth && h >= coverHeight) return eighths;
+  }
+  return 8;
 }
 
 std::vector<std::uint8_t> encodeJpeg(const RgbImage& image, int quality,

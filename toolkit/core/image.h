@@ -24,18 +24,36 @@ struct RgbImage {
   friend bool operator==(const RgbImage&, const RgbImage&) = default;
 };
 
-// nullopt for anything libjpeg-turbo cannot decode. Pictures of more than kMaxPicturePixels are
-// refused, so a hostile header cannot make us allocate gigabytes.
-std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes);
+// Why a JPEG gave no picture.
+enum class JpegFailure {
+  Undecodable,
+  // Its decoding would cost far more than any real picture's does (toolkit/core/jpeg_decoding.h).
+  TooCostly,
+};
+
+// nullopt for anything libjpeg-turbo cannot decode, with the reason in `failure` when it is given.
+// Pictures of more than kMaxPicturePixels are refused, so a hostile header cannot make us
+// allocate gigabytes.
+std::optional<RgbImage> decodeJpeg(std::span<const std::uint8_t> bytes,
+                                   JpegFailure* failure = nullptr);
+// The same picture at eighths/8 of its size (1 to 8), by libjpeg's DCT scaling: a thumbnail of a
+// huge picture without the memory or the time of the whole one.
+std::optional<RgbImage> decodeJpegScaled(std::span<const std::uint8_t> bytes, int eighths,
+                                         JpegFailure* failure = nullptr);
+// The fewest eighths (1 to 8) at which a `width` x `height` picture still covers `coverWidth` x
+// `coverHeight`, or 8 when no scale short of the whole picture does.
+int coveringEighths(int width, int height, int coverWidth, int coverHeight);
 
 // The same decoding into memory of the caller's: `allocate(width, height)` returns where the
 // rows go and sets `pitch`, the bytes from one row to the next. Bgrx is blue, green, red and a
-// byte of 255, the layout of a 32-bit QImage. The colours are those decodeJpeg gives.
-enum class PixelOrder { Rgb, Bgrx };
+// byte of 255, the layout of a 32-bit QImage; Bgr the rows of a 24-bit bitmap. The colours are
+// those decodeJpeg gives.
+enum class PixelOrder { Rgb, Bgrx, Bgr };
 using PixelAllocator = std::function<std::uint8_t*(int width, int height, int& pitch)>;
 bool decodeJpegInto(std::span<const std::uint8_t> bytes, PixelOrder order,
                     const PixelAllocator& allocate);
-inline constexpr std::int64_t kMaxPicturePixels = std::int64_t{1} << 27;
+// The largest picture decoded: 8K UHD (7,680 x 4,320) fits, and its bitmap takes about 100 MB.
+inline constexpr std::int64_t kMaxPicturePixels = std::int64_t{1} << 25;
 
 // Whether a JPEG of `bytes` bytes can really hold a picture of that size. Even a flat grey
 // baseline JPEG spends a byte on every 170 pixels or so; a header that claims far more pixels
