@@ -1,10 +1,12 @@
 #include "app/window_start.h"
 
 #include <charconv>
+#include <climits>
 #include <cstdio>
 #include <filesystem>
 
 #include "skin/form1.h"
+#include "toolkit/core/hand_over_request.h"
 #include "toolkit/widgets/instance_link.h"
 
 namespace app {
@@ -63,30 +65,59 @@ std::vector<std::string> handOverRequest(const WindowStart& start) {
   return {"open", *start.clip, start.frame ? std::to_string(*start.frame) : std::string()};
 }
 
-void answerRequest(skin::Form1& form, const std::vector<std::string>& request) {
-  if (request.empty()) return;
-  if (request[0] == "raise") {
-    form.BringToFront();
-  } else if (request[0] == "open" && request.size() == 3 && !request[1].empty()) {
-    form.BringToFront();
-    std::optional<int> frame;
-    if (!request[2].empty()) {
-      frame = frameNumber(request[2]);
-      if (!frame) return;
-    }
-    form.OpenFromOutside(request[1], frame);
+std::optional<WindowStart> readHandOverRequest(const std::vector<std::string>& request) {
+  if (request == std::vector<std::string>{"raise"}) return WindowStart{};
+  if (request.size() != 3 || request[0] != "open") return std::nullopt;
+  const std::string& clip = request[1];
+  // A relative name would be taken from this window's folder, not the one it was given in.
+  if (clip.empty() || clip.front() != '/' || clip.size() > PATH_MAX ||
+      clip.find('\0') != std::string::npos) {
+    return std::nullopt;
   }
+  WindowStart start;
+  start.clip = clip;
+  if (!request[2].empty()) {
+    start.frame = frameNumber(request[2]);
+    if (!start.frame) return std::nullopt;
+  }
+  return start;
+}
+
+void answerRequest(skin::Form1& form, const std::vector<std::string>& request) {
+  const std::optional<WindowStart> start = readHandOverRequest(request);
+  if (!start) return;
+  form.BringToFront();
+  if (start->clip) form.OpenFromOutside(*start->clip, start->frame);
 }
 
 void openAtStart(skin::Form1& form, const WindowStart& start) {
   if (start.clip) form.OpenFromOutside(*start.clip, start.frame);
 }
 
-int handOver(const std::string& instanceName, const WindowStart& start) {
-  if (toolkit::sendToRunningInstance(instanceName, handOverRequest(start))) return 0;
-  if (!start.clip) return 0;
-  std::fprintf(stderr, "harrowglen: the running window did not answer; \"%s\" was not opened.\n",
-               start.clip->c_str());
+std::optional<int> handOver(const std::string& socketPath, const WindowStart& start) {
+  const std::vector<std::string> request = handOverRequest(start);
+  if (!toolkit::handOverRequestFits(request)) {
+    std::fputs("harrowglen: the clip's name is too long to hand over.\n", stderr);
+    return 1;
+  }
+  switch (toolkit::sendToRunningInstance(socketPath, request)) {
+    case toolkit::HandOverResult::Taken:
+      return 0;
+    case toolkit::HandOverResult::NotTheUsers:
+      std::fprintf(stderr,
+                   "harrowglen: %s is not this user's own; this start opens a window of its own "
+                   "and hands nothing over.\n",
+                   socketPath.c_str());
+      return std::nullopt;
+    case toolkit::HandOverResult::NoAnswer:
+      break;
+  }
+  if (start.clip) {
+    std::fprintf(stderr, "harrowglen: the running window did not answer; \"%s\" was not opened.\n",
+                 start.clip->c_str());
+  } else {
+    std::fputs("harrowglen: the running window did not answer.\n", stderr);
+  }
   return 1;
 }
 

@@ -32,16 +32,20 @@ ParsedWindowStart parseWindowArguments(const std::vector<std::string>& args);
 
 // What a later start sends to the running window: {"open", CLIP, FRAME or ""} or {"raise"}.
 std::vector<std::string> handOverRequest(const WindowStart& start);
+// The start a request asks for; none unless it is one of the two above, CLIP an absolute path of
+// at most PATH_MAX bytes without a NUL, FRAME a frame number from 0 or "".
+std::optional<WindowStart> readHandOverRequest(const std::vector<std::string>& request);
 // Does what a later start asked: the window comes to the front and opens its clip when the folder
-// button next would.
+// button next would. Anything readHandOverRequest refuses is ignored.
 void answerRequest(skin::Form1& form, const std::vector<std::string>& request);
 
 // The clip of the command line, opened as the folder button opens a chosen file.
 void openAtStart(skin::Form1& form, const WindowStart& start);
 
-// A later start: hands `start` to the running window under `instanceName`. The exit status: 0
-// when the window took it (or there was no clip to hand over), 1 with a message on stderr when
-// it did not answer.
-int handOver(const std::string& instanceName, const WindowStart& start);
+// A later start: hands `start` to the running window listening at `socketPath`. The exit status
+// for this start: 0 when the window took it, 1 with a message on stderr when it did not answer or
+// the clip's name is too long to send. None when the socket is not the user's own: nothing was
+// sent, and this start goes on to open a window of its own (it said so on stderr).
+std::optional<int> handOver(const std::string& socketPath, const WindowStart& start);
 
 }  // namespace app

@@ -1,90 +1,32 @@
 // Clips from outside the window: the command line, a later start of the program that hands its
-// clip to the running window, and a file dropped on the window.
-
-#include <unistd.h>
+// clip to the running window (the real programs' side is in hand_over_test.cpp), and a file
+// dropped on the window.
 
 #include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QElapsedTimer>
 #include <QMimeData>
-#include <QProcess>
-#include <QThread>
 #include <QUrl>
-#include <atomic>
+#include <climits>
 #include <filesystem>
 
 #include "app/window_start.h"
+#include "tests/review/running_program.h"
 #include "tests/support/window_fixture.h"
 #include "toolkit/widgets/instance_link.h"
 
 namespace {
 
+using testing_support::Meeting;
+using testing_support::Program;
+using testing_support::pumpFor;
+using testing_support::pumpUntil;
 using testing_support::readBytes;
+using testing_support::startsWith;
 using toolkit::Integer;
 using toolkit::kFalse;
 using toolkit::kTrue;
 using toolkit::MsgIcon;
-
-// Lets the event loop run until `done` holds or ten seconds pass.
-bool pumpUntil(const std::function<bool()>& done) {
-  QElapsedTimer clock;
-  clock.start();
-  while (!done()) {
-    if (clock.elapsed() > 10000) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    QThread::msleep(5);
-  }
-  return true;
-}
-
-void pumpFor(int milliseconds) {
-  QElapsedTimer clock;
-  clock.start();
-  pumpUntil([&] { return clock.elapsed() >= milliseconds; });
-}
-
-bool startsWith(const std::vector<std::uint8_t>& bytes, const std::vector<std::uint8_t>& head) {
-  return bytes.size() >= head.size() && std::equal(head.begin(), head.end(), bytes.begin());
-}
-
-// A meeting name of its own for each test, so that tests run side by side never meet.
-std::string freshInstanceName() {
-  static std::atomic<int> counter = 0;
-  return "harrowglen-test-" + std::to_string(::getpid()) + "-" + std::to_string(++counter);
-}
-
-// The window program as a user starts it, on the offscreen platform.
-class Program {
- public:
-  Program(const std::string& binary, const std::string& instance) {
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("QT_QPA_PLATFORM", "offscreen");
-    env.insert("HARROWGLEN_INSTANCE", QString::fromStdString(instance));
-    m_process.setProcessEnvironment(env);
-    m_process.setProgram(QString::fromStdString(binary));
-  }
-  ~Program() {
-    if (m_process.state() != QProcess::NotRunning) {
-      m_process.kill();
-      m_process.waitForFinished();
-    }
-  }
-  void start(const QStringList& args) {
-    m_process.setArguments(args);
-    m_process.start();
-    ASSERT_TRUE(m_process.waitForStarted());
-  }
-  // Runs the event loop of this process meanwhile, so that a window here can answer.
-  bool finished() {
-    return pumpUntil([this] { return m_process.state() == QProcess::NotRunning; });
-  }
-  int exitCode() const { return m_process.exitCode(); }
-  std::string errors() { return m_process.readAllStandardError().toStdString(); }
-
- private:
-  QProcess m_process;
-};
 
 class OutsideTest : public testing_support::WindowFixture {
  protected:
@@ -128,6 +70,34 @@ TEST(WindowArgumentsTest, AClipAndAFrameFromZeroOrAUsageError) {
             "--frame takes a frame number from 0: 99999999999");
   EXPECT_EQ(app::parseWindowArguments({"a.HGV", "b.HGV"}).error, "one clip at a time: b.HGV");
   EXPECT_EQ(app::parseWindowArguments({"--zoom"}).error, "unknown option --zoom");
+}
+
+// The running window takes a request only in the form a later start sends it.
+TEST(WindowArgumentsTest, ARequestIsReadOnlyInTheFormALaterStartSends) {
+  const auto raise = app::readHandOverRequest({"raise"});
+  ASSERT_TRUE(raise);
+  EXPECT_EQ(raise->clip, std::nullopt);
+  const auto open = app::readHandOverRequest({"open", "/clips/a b.HGV", "3"});
+  ASSERT_TRUE(open);
+  EXPECT_EQ(open->clip, "/clips/a b.HGV");
+  EXPECT_EQ(open->frame, 3);
+  EXPECT_EQ(app::readHandOverRequest({"open", "/clips/a.HGV", ""})->frame, std::nullopt);
+  const std::vector<std::vector<std::string>> refused = {
+      {},
+      {"raise", "/clips/a.HGV"},
+      {"close"},
+      {"open", "/clips/a.HGV"},
+      {"open", "clips/a.HGV", ""},
+      {"open", "", ""},
+      {"open", std::string("/clips/a.HGV\0.txt", 17), ""},
+      {"open", "/" + std::string(PATH_MAX, 'd'), ""},
+      {"open", "/clips/a.HGV", "-1"},
+      {"open", "/clips/a.HGV", "3 "},
+      {"open", "/clips/a.HGV", "", ""},
+  };
+  for (const auto& request : refused) {
+    EXPECT_FALSE(app::readHandOverRequest(request)) << ::testing::PrintToString(request);
+  }
 }
 
 // The command line opens a clip as a clip chosen in the open dialog opens, box for box.
@@ -238,16 +208,16 @@ TEST_F(OutsideTest, AHandOverDuringASearchOpensTheClipWhenTheSearchEnds) {
   const std::string running = sceneClip("running.HGV", 40, {});
   const std::string other = makeClip("other.HGV", 6);
   open(running);
-  const std::string instance = freshInstanceName();
-  toolkit::LockFileInstanceCheck lock(toolkit::instanceLockPath(instance));
+  const Meeting meeting;
+  toolkit::LockFileInstanceCheck lock(meeting.place.lockPath);
   ASSERT_FALSE(lock.anotherInstanceRunning()) << "this process is the first copy";
-  toolkit::InstanceServer server(instance);
+  toolkit::InstanceServer server(meeting.place.socketPath);
   ASSERT_TRUE(server.listening());
   server.onRequest = [this](const std::vector<std::string>& request) {
     app::answerRequest(form(), request);
   };
 
-  Program later(HARROWGLEN_BINARY, instance);
+  Program later(HARROWGLEN_BINARY, meeting);
   bool handedOver = false;
   m_host.host.onYield = [&] {
     if (handedOver) return;
@@ -265,73 +235,6 @@ TEST_F(OutsideTest, AHandOverDuringASearchOpensTheClipWhenTheSearchEnds) {
   EXPECT_EQ(state().TotalFrames, Integer(6));
   expectOnFrame(3);
   EXPECT_TRUE(boxes().empty());
-}
-
-// Two real copies of the program: the second hands its clip to the first and ends at once; a
-// third without a clip only brings the first to the front; with nobody to answer, a clip is not
-// lost in silence.
-TEST(HandOverTest, ASecondStartHandsItsClipToTheRunningWindow) {
-  toolkit::testing::ensureApplication();
-  testing_support::TempDir dir;
-  // The program keeps its scratch files beside itself: a copy of its own in this folder.
-  const std::string binary = dir.file("harrowglen");
-  std::filesystem::copy_file(HARROWGLEN_BINARY, binary);
-  const auto frameOf = [&](const std::string& clip, int index) {
-    QProcess tool;
-    tool.start(HGVTOOL_BINARY, {"extract", QString::fromStdString(clip), QString::number(index),
-                                QString::fromStdString(dir.file("frame.jpg"))});
-    EXPECT_TRUE(tool.waitForFinished());
-    return readBytes(dir.file("frame.jpg"));
-  };
-  const auto sample = [&](const std::string& name, int frames) {
-    QProcess tool;
-    tool.start(HGVTOOL_BINARY, {"sample", QString::fromStdString(dir.file(name)), "--frames",
-                                QString::number(frames), "--size", "320x240"});
-    EXPECT_TRUE(tool.waitForFinished());
-    return dir.file(name);
-  };
-  const std::string a = sample("a.HGV", 4);
-  const std::string b = sample("b.HGV", 9);
-  const auto a0 = frameOf(a, 0);
-  const auto b7 = frameOf(b, 7);
-  const std::string scratchJpeg = dir.file("Temp.jpg");
-  const std::string instance = freshInstanceName();
-
-  Program first(binary, instance);
-  first.start({QString::fromStdString(a)});
-  ASSERT_TRUE(pumpUntil([&] {
-    return std::filesystem::exists(scratchJpeg) && startsWith(readBytes(scratchJpeg), a0);
-  }));
-
-  Program second(binary, instance);
-  second.start({"--frame", "7", QString::fromStdString(b)});
-  ASSERT_TRUE(second.finished());
-  EXPECT_EQ(second.exitCode(), 0) << second.errors();
-  EXPECT_TRUE(pumpUntil([&] { return startsWith(readBytes(scratchJpeg), b7); }));
-
-  Program third(binary, instance);
-  third.start({});
-  ASSERT_TRUE(third.finished());
-  EXPECT_EQ(third.exitCode(), 0) << third.errors();
-
-  // A first copy that holds the lock but never answers.
-  const std::string silent = freshInstanceName();
-  toolkit::LockFileInstanceCheck lock(toolkit::instanceLockPath(silent));
-  ASSERT_FALSE(lock.anotherInstanceRunning());
-  Program unheard(binary, silent);
-  unheard.start({QString::fromStdString(b)});
-  ASSERT_TRUE(unheard.finished());
-  EXPECT_EQ(unheard.exitCode(), 1);
-  EXPECT_NE(unheard.errors().find("did not answer; \"" + b + "\" was not opened."),
-            std::string::npos);
-
-  Program wrong(binary, silent);
-  wrong.start({"--frame"});
-  ASSERT_TRUE(wrong.finished());
-  EXPECT_EQ(wrong.exitCode(), 2);
-  EXPECT_NE(wrong.errors().find("harrowglen: --frame needs a frame number\n" +
-                                std::string(app::kWindowUsage)),
-            std::string::npos);
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include "toolkit/widgets/host.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <QCoreApplication>
 #include <QFileDialog>
 #include <QLockFile>
@@ -18,6 +21,16 @@ QString trimmed(const std::string& s) { return QString::fromStdString(s).trimmed
 
 QStringList splitFilter(const std::string& filter) {
   return QString::fromStdString(filter).split(QLatin1Char('|'));
+}
+
+// Why what lies at `path` is not a lock file of this user's; empty when it is, or when nothing is.
+std::string foreignLockProblem(const std::string& path) {
+  struct stat st {};
+  if (::lstat(path.c_str(), &st) != 0) return {};
+  if (S_ISLNK(st.st_mode)) return path + " is a link";
+  if (!S_ISREG(st.st_mode)) return path + " is not a file";
+  if (st.st_uid != ::geteuid()) return path + " belongs to another user";
+  return {};
 }
 
 }  // namespace
@@ -68,16 +81,34 @@ std::string ScriptedFileDialogProvider::choose(const FileDialogRequest& request)
 }
 
 LockFileInstanceCheck::LockFileInstanceCheck(const std::string& lockPath)
-    : m_lock(std::make_unique<QLockFile>(QString::fromStdString(lockPath))) {}
+    : m_path(lockPath), m_lock(std::make_unique<QLockFile>(QString::fromStdString(lockPath))) {}
 
 LockFileInstanceCheck::~LockFileInstanceCheck() = default;
 
 bool LockFileInstanceCheck::anotherInstanceRunning() {
-  if (!m_checked) {
-    m_checked = true;
-    m_another = !m_lock->tryLock(0) && m_lock->error() == QLockFile::LockFailedError;
-  }
+  check();
   return m_another;
+}
+
+bool LockFileInstanceCheck::holdsLock() {
+  check();
+  return m_lock->isLocked();
+}
+
+const std::string& LockFileInstanceCheck::problem() {
+  check();
+  return m_problem;
+}
+
+void LockFileInstanceCheck::check() {
+  if (m_checked || m_path.empty()) return;
+  m_checked = true;
+  // QLockFile would read through a link to judge whether the lock is stale, and remove it.
+  m_problem = foreignLockProblem(m_path);
+  if (!m_problem.empty()) return;
+  if (m_lock->tryLock(0)) return;
+  m_another = m_lock->error() == QLockFile::LockFailedError;
+  if (!m_another) m_problem = "the lock file " + m_path + " cannot be made";
 }
 
 void QtMessageSink::show(const MessageBoxRequest& box) {

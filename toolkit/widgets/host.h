@@ -67,18 +67,29 @@ class InstanceCheck {
   virtual bool anotherInstanceRunning() = 0;
 };
 
-// A lock file (see toolkit::instanceLockPath); the first copy holds it until it exits. A copy
-// that died leaves a stale lock, which QLockFile takes over.
+// A lock file (see toolkit::instancePlace); the first copy holds it until it exits. A copy that
+// died leaves a stale lock, which QLockFile takes over. Anything else at the lock's path (a link,
+// another user's file, a folder) is left as it is and this copy runs on its own: a planted file
+// must neither stop the window nor have its target read or removed.
 class LockFileInstanceCheck : public InstanceCheck {
  public:
+  // An empty path means there is no lock: this copy runs on its own.
   explicit LockFileInstanceCheck(const std::string& lockPath);
   ~LockFileInstanceCheck() override;
   bool anotherInstanceRunning() override;
+  // After the check: true when this copy took the lock, and so should listen for later copies.
+  bool holdsLock();
+  // After the check: why the lock could not be used; empty when it could.
+  const std::string& problem();
 
  private:
+  void check();
+
+  std::string m_path;
   std::unique_ptr<QLockFile> m_lock;
   bool m_checked = false;
   bool m_another = false;
+  std::string m_problem;
 };
 
 class FixedInstanceCheck : public InstanceCheck {
