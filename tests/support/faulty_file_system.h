@@ -18,6 +18,8 @@ class FaultyFileSystem : public toolkit::FileSystem {
   std::optional<std::int64_t> room;
   // Opens for reading of paths containing this text fail with "File not found".
   std::string hideReadsContaining;
+  // Listings of folders whose path contains this text fail with "Permission denied".
+  std::string lockFoldersContaining;
 
   std::unique_ptr<toolkit::ReadableFile> openRead(const std::string& path) override {
     if (!hideReadsContaining.empty() && path.find(hideReadsContaining) != std::string::npos) {
@@ -35,6 +37,12 @@ class FaultyFileSystem : public toolkit::FileSystem {
   }
   bool exists(const std::string& path) override { return m_real.exists(path); }
   toolkit::FileKind kind(const std::string& path) override { return m_real.kind(path); }
+  std::vector<toolkit::FolderEntry> list(const std::string& folder) override {
+    if (!lockFoldersContaining.empty() && folder.find(lockFoldersContaining) != std::string::npos) {
+      throw toolkit::RuntimeError::of(toolkit::ErrorNumber::PermissionDenied);
+    }
+    return m_real.list(folder);
+  }
   void remove(const std::string& path) override { m_real.remove(path); }
   void rename(const std::string& from, const std::string& to) override { m_real.rename(from, to); }
 

@@ -1,5 +1,6 @@
 #include "toolkit/core/file_system.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -173,6 +174,22 @@ FileKind PosixFileSystem::kind(const std::string& path) {
   if (S_ISDIR(st.st_mode)) return FileKind::Folder;
   if (S_ISLNK(st.st_mode)) return FileKind::Link;
   return FileKind::Other;
+}
+
+std::vector<FolderEntry> PosixFileSystem::list(const std::string& folder) {
+  DIR* dir = ::opendir(folder.c_str());
+  if (!dir) throwFileError(errno, false);
+  std::vector<FolderEntry> entries;
+  errno = 0;
+  while (const dirent* entry = ::readdir(dir)) {
+    const std::string name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    entries.push_back({name, kind(folder + "/" + name)});
+  }
+  const int err = errno;
+  ::closedir(dir);
+  if (err != 0) throwFileError(err, false);
+  return entries;
 }
 
 void PosixFileSystem::remove(const std::string& path) {

@@ -4,12 +4,14 @@
 // fail (a full disk, a folder that cannot be written) the way LevelDB's test environment does.
 // Failures are RuntimeErrors with the old toolkit's numbers.
 
+#include <cerrno>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace toolkit {
 
@@ -41,6 +43,11 @@ class WritableFile {
 // What stands at a path, without following a link there.
 enum class FileKind { None, Regular, Folder, Link, Other };
 
+struct FolderEntry {
+  std::string name;  // without the folder
+  FileKind kind;     // of the entry itself: a link is a Link, whatever it points at
+};
+
 class FileSystem {
  public:
   virtual ~FileSystem() = default;
@@ -59,6 +66,12 @@ class FileSystem {
   virtual FileKind kind(const std::string& path) {
     return exists(path) ? FileKind::Regular : FileKind::None;
   }
+  // The entries of a folder, in no particular order, "." and ".." left out; a folder that cannot
+  // be read throws its error. The default has no folders.
+  virtual std::vector<FolderEntry> list(const std::string& folder) {
+    (void)folder;
+    throwFileError(ENOTDIR, false);
+  }
   virtual void remove(const std::string& path) = 0;
   // Puts the file `from` in the place of `to`, replacing a file there in one step.
   virtual void rename(const std::string& from, const std::string& to) = 0;
@@ -72,6 +85,7 @@ class PosixFileSystem : public FileSystem {
   std::unique_ptr<WritableFile> createNew(const std::string& path) override;
   bool exists(const std::string& path) override;
   FileKind kind(const std::string& path) override;
+  std::vector<FolderEntry> list(const std::string& folder) override;
   void remove(const std::string& path) override;
   void rename(const std::string& from, const std::string& to) override;
 };
