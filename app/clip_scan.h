@@ -19,6 +19,7 @@
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/rect.h"
+#include "toolkit/core/resource_budget.h"
 
 namespace app {
 
@@ -29,6 +30,9 @@ struct ScanOptions {
   std::optional<toolkit::Rect> area;  // as hgvtool search --area
   std::string sensitivity;
   int threads = 1;  // decoding threads of each clip's search
+  // The process's budget of pictures in flight and threads, for each clip's search; none: each
+  // search makes its own.
+  toolkit::ResourceBudget* budget = nullptr;
   EventRules rules;
   // Where each event's thumbnail and clip go, through `outFiles`; none are written when empty.
   std::string outFolder;

@@ -14,6 +14,7 @@
 #include "toolkit/core/image.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/rect.h"
+#include "toolkit/core/resource_budget.h"
 
 namespace app {
 
@@ -33,8 +34,12 @@ struct SearchOptions {
   int threshold = 0;        // ChangeThreshold carried in
   int count = 1;            // searches one after another, each from where the last one stopped
   bool all = false;         // on until a search comes to the end of the run
-  // Threads decoding ahead of the search; 1 decodes in line.
+  // Threads decoding ahead of the search; 1 decodes in line. Those beyond the search's own come
+  // from the budget's threads, and no more than it has left are started.
   int threads = search::defaultDecodeThreads();
+  // The process's budget for pictures in flight and threads, which must outlive the run; none: a
+  // budget of the run's own, of the default picture bytes and the machine's threads.
+  toolkit::ResourceBudget* budget = nullptr;
   ScratchWrites scratch = ScratchWrites::AtEnd;
   // Asked at every yield; true stops the running search as the pause button does, and no other
   // search follows.

@@ -8,6 +8,10 @@
 #include <string>
 #include <vector>
 
+namespace toolkit {
+class ResourceBudget;
+}
+
 namespace app {
 
 using Args = std::vector<std::string>;
@@ -18,6 +22,9 @@ int runPack(const Args& args, std::ostream& out, std::ostream& err);
 int runSample(const Args& args, std::ostream& out, std::ostream& err);
 int runDiff(const Args& args, std::ostream& out, std::ostream& err);
 int runSearch(const Args& args, std::ostream& out, std::ostream& err);
+// With the process's budget of pictures in flight and threads, instead of one of its own.
+int runSearchWithin(const Args& args, std::ostream& out, std::ostream& err,
+                    toolkit::ResourceBudget& budget);
 int runExport(const Args& args, std::ostream& out, std::ostream& err);
 int runScan(const Args& args, std::ostream& out, std::ostream& err);
 int runThumbnail(const Args& args, std::ostream& out, std::ostream& err);

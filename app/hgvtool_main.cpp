@@ -7,6 +7,7 @@
 
 #include "app/hgvtool_commands.h"
 #include "app/scan_command.h"
+#include "toolkit/core/resource_budget.h"
 
 namespace {
 
@@ -37,14 +38,21 @@ int main(int argc, char** argv) {
   }
   const std::string command = argv[1];
   const app::Args args(argv + 2, argv + argc);
+  // The process's one budget of pictures in flight and threads.
+  toolkit::ResourceBudget budget(toolkit::ResourceBudget::kDefaultPictureBytes,
+                                 toolkit::ResourceBudget::machineThreads());
   if (command == "info") return app::runInfo(args, std::cout, std::cerr);
   if (command == "extract") return app::runExtract(args, std::cout, std::cerr);
   if (command == "pack") return app::runPack(args, std::cout, std::cerr);
   if (command == "sample") return app::runSample(args, std::cout, std::cerr);
   if (command == "diff") return app::runDiff(args, std::cout, std::cerr);
   if (command == "export") return app::runExport(args, std::cout, std::cerr);
-  if (command == "search") return app::runSearch(args, std::cout, std::cerr);
-  if (command == "scan") return app::runScan(args, std::cout, std::cerr);
+  if (command == "search") return app::runSearchWithin(args, std::cout, std::cerr, budget);
+  if (command == "scan") {
+    app::ScanEnvironment env;
+    env.budget = &budget;
+    return app::runScan(args, std::cout, std::cerr, env);
+  }
   if (command == "report") return app::runReport(args, std::cout, std::cerr);
   if (command == "thumbnail") return app::runThumbnail(args, std::cout, std::cerr);
   if (command == "help" || command == "--help" || command == "-h") {

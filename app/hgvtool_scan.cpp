@@ -222,6 +222,7 @@ class ScanRun {
 
   const ScanCommand& m_c;
   const ScanEnvironment& m_env;
+  toolkit::ResourceBudget* m_budget = nullptr;  // while run() runs
   ScanJournal* m_journal;
   std::ostream& m_out;
   std::mutex m_mutex;
@@ -237,9 +238,16 @@ class ScanRun {
 
 void ScanRun::run(const std::vector<std::string>& clips, std::ostream& err,
                   const StopSignals& signals) {
-  // Clips side by side first; the cores left over decode ahead inside each clip's search.
-  const int jobs = std::max(1, std::min<int>(m_c.jobs, static_cast<int>(clips.size())));
-  const int threads = std::max(1, search::defaultDecodeThreads() / jobs);
+  std::optional<toolkit::ResourceBudget> own;
+  m_budget = m_env.budget ? m_env.budget
+                          : &own.emplace(toolkit::ResourceBudget::kDefaultPictureBytes,
+                                         toolkit::ResourceBudget::machineThreads());
+  // Clips side by side first, as many as the budget has threads (a larger --jobs is cut down to
+  // them); the threads left over decode ahead inside each clip's search.
+  const toolkit::ThreadLease sideBySide(
+      *m_budget, std::min<int>(m_c.jobs, static_cast<int>(clips.size())));
+  const int jobs = std::max(1, sideBySide.count());
+  const int threads = std::max(1, m_budget->threads() / jobs);
   m_scans.assign(clips.size(), {});
   m_ready.assign(clips.size(), false);
   m_progress = std::vector<ScanProgress>(clips.size());
@@ -259,6 +267,7 @@ void ScanRun::run(const std::vector<std::string>& clips, std::ostream& err,
 void ScanRun::work(const std::vector<std::string>& clips, const StopSignals& signals, int threads) {
   ScanOptions options = m_c.scan;
   options.threads = threads;
+  options.budget = m_budget;
   options.outFolder = m_c.out;
   options.outFiles = m_env.files;
   options.cancelled = [&] { return signals.signal() != 0 || m_failed; };

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <optional>
 #include <ostream>
 
 #include "app/clip_search.h"
@@ -20,8 +21,8 @@ using toolkit::kFalse;
 constexpr const char* kUsage =
     "usage: hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
     "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
-    "                      [--threads N]   (threads decoding ahead; default the cores, 1 in "
-    "line)\n";
+    "                      [--threads N]   (threads decoding ahead; default and at most the "
+    "cores, 1 in line)\n";
 
 // What the search asks of a window, without one: nothing is shown, the marks are drawn on the
 // frame's own picture and saved as the window saves them.
@@ -89,9 +90,16 @@ bool runSearches(ToolSession& tool, const SearchOptions& options,
   ToolWindow window(session, fields, onStep, options.stop);
   view::Transport transport(session, fields, window);
   search::SearchDriver driver(session, fields, state, window, transport);
+  // The frames a search holds may outlive the run, and their reservations the budget object.
+  std::optional<toolkit::ResourceBudget> own;
+  toolkit::ResourceBudget& budget = options.budget
+                                        ? *options.budget
+                                        : own.emplace(toolkit::ResourceBudget::kDefaultPictureBytes,
+                                                      toolkit::ResourceBudget::machineThreads());
+  driver.setBudget(&budget);
   std::unique_ptr<search::DecodeAhead> ahead;
   if (options.threads > 1) {
-    ahead = std::make_unique<search::DecodeAhead>(session.platform.files, options.threads);
+    ahead = std::make_unique<search::DecodeAhead>(session.platform.files, options.threads, &budget);
     driver.setDecodeAhead(ahead.get());
   }
   std::size_t boxesBefore = tool.boxes().size();
@@ -253,11 +261,22 @@ class Progress {
 }  // namespace
 
 int runSearch(const Args& args, std::ostream& out, std::ostream& err) {
+  toolkit::ResourceBudget budget(toolkit::ResourceBudget::kDefaultPictureBytes,
+                                 toolkit::ResourceBudget::machineThreads());
+  return runSearchWithin(args, out, err, budget);
+}
+
+int runSearchWithin(const Args& args, std::ostream& out, std::ostream& err,
+                    toolkit::ResourceBudget& budget) {
   CommandOptions o;
   if (!parseOptions(args, o)) {
     err << kUsage;
     return 2;
   }
+  // This thread is the search's own; the others decode ahead, so --threads beyond the budget's
+  // threads starts no more than it has.
+  const toolkit::ThreadLease own(budget, 1);
+  o.search.budget = &budget;
   ToolSession tool(err);
   if (!tool.openClip(o.clip)) return 1;
   bool failed = false;

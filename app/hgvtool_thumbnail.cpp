@@ -1,13 +1,51 @@
 // hgvtool thumbnail CLIP OUT.png SIZE: frame 0 of a clip, opened as the window opens it, shrunk
 // to fit SIZE x SIZE, for the file manager's thumbnails.
 
+#include <optional>
 #include <ostream>
+#include <span>
 
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
+#include "review/open_clip.h"
 #include "toolkit/core/image.h"
+#include "toolkit/core/jpeg_decoding.h"
+#include "toolkit/core/runtime_error.h"
 
 namespace app {
+namespace {
+
+// A picture whose whole takes more than this is decoded at the smallest DCT scale that still
+// covers the thumbnail: the file manager asks for many at once and waits for each. Every
+// camera's picture up to 4K UHD is below it, and its thumbnail is made from the whole picture.
+constexpr std::int64_t kWholePictureBytes = std::int64_t{32} << 20;
+
+// The thumbnail of "Temp.jpg" as the window's LoadPicture takes it, a bitmap file or a JPEG,
+// made from as much of the picture as it needs. Raises "Invalid picture" when there is none;
+// `tooCostly` says when the JPEG was refused.
+toolkit::RgbImage thumbnailOf(std::span<const std::uint8_t> file, int side, bool& tooCostly) {
+  std::optional<toolkit::RgbImage> picture;
+  toolkit::Size fit;
+  if (file.size() >= 2 && file[0] == 'B' && file[1] == 'M') {
+    picture = toolkit::decodeBmp(file);
+    if (picture) fit = toolkit::fitWithin(picture->width, picture->height, side, side);
+  } else {
+    int eighths = 8;
+    if (const std::optional<toolkit::JpegCost> cost = toolkit::jpegCost(file)) {
+      fit = toolkit::fitWithin(cost->width, cost->height, side, side);
+      if (std::int64_t{cost->width} * cost->height * 3 > kWholePictureBytes) {
+        eighths = toolkit::coveringEighths(cost->width, cost->height, fit.width, fit.height);
+      }
+    }
+    toolkit::JpegFailure failure = toolkit::JpegFailure::Undecodable;
+    picture = toolkit::decodeJpegScaled(file, eighths, &failure);
+    tooCostly = !picture && failure == toolkit::JpegFailure::TooCostly;
+  }
+  if (!picture) throw toolkit::RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
+  return toolkit::shrinkImage(*picture, fit.width, fit.height);
+}
+
+}  // namespace
 
 int runThumbnail(const Args& args, std::ostream& out, std::ostream& err) {
   (void)out;
@@ -16,13 +54,22 @@ int runThumbnail(const Args& args, std::ostream& out, std::ostream& err) {
     err << "usage: hgvtool thumbnail CLIP OUT.png SIZE   (SIZE from 1 to 4096 pixels)\n";
     return 2;
   }
-  ToolSession session(err);
-  if (!session.openClip(args[0])) return 1;
-  const toolkit::RgbImage picture = session.openedPicture();
-  if (picture.empty()) return 1;
   const int side = static_cast<int>(size);
-  const toolkit::Size fit = toolkit::fitWithin(picture.width, picture.height, side, side);
-  const toolkit::RgbImage thumbnail = toolkit::shrinkImage(picture, fit.width, fit.height);
+  ToolSession tool(err);
+  // The clip is opened as ToolSession::openClip opens it, with the same boxes, but frame 0 is
+  // decoded no larger than the thumbnail needs.
+  toolkit::RgbImage thumbnail;
+  bool tooCostly = false;
+  try {
+    review::Session& session = tool.session();
+    if (review::OpenClipFile(session, args[0]) != review::OpenResult::Extracted) return 1;
+    thumbnail = thumbnailOf(session.SeparateMJPG.scratch().jpegFile(), side, tooCostly);
+  } catch (const toolkit::RuntimeError& e) {
+    tool.platform().messages.show(
+        toolkit::MessageBoxRequest::critical(toolkit::errorBoxText(review::kOpenHandlerName, e)));
+    if (tooCostly) err << "hgvtool: frame 0 was refused: too costly to decode\n";
+    return 1;
+  }
   return writeFileAtomically(args[1], toolkit::encodePng(thumbnail), err) ? 0 : 1;
 }
 

@@ -9,6 +9,7 @@
 #include "app/clip_scan.h"
 #include "app/hgvtool_commands.h"
 #include "toolkit/core/file_system.h"
+#include "toolkit/core/resource_budget.h"
 
 namespace app {
 
@@ -17,6 +18,8 @@ struct ScanEnvironment {
   toolkit::FileSystem* files = nullptr;
   // Called once a clip is done and its line is in the journal.
   std::function<void(const ClipScan&)> afterClip;
+  // The process's budget of pictures in flight and threads; a scan's own when null.
+  toolkit::ResourceBudget* budget = nullptr;
 };
 
 int runScan(const Args& args, std::ostream& out, std::ostream& err, const ScanEnvironment& env);

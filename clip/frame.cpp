@@ -1,9 +1,19 @@
 #include "clip/frame.h"
 
 namespace clip {
+namespace {
 
-FramePool::FramePool(std::size_t keep) : m_spares(std::make_shared<Spares>()) {
+std::size_t bufferBytes(const Frame& frame) {
+  return frame.jpeg.capacity() + frame.bitmap.capacity() +
+         frame.cellSums.capacity() * sizeof(float);
+}
+
+}  // namespace
+
+FramePool::FramePool(std::size_t keep, std::size_t keepBytes)
+    : m_spares(std::make_shared<Spares>()) {
   m_spares->keep = keep;
+  m_spares->keepBytes = keepBytes;
 }
 
 FramePtr FramePool::make() {
@@ -13,6 +23,7 @@ FramePtr FramePool::make() {
     if (!m_spares->frames.empty()) {
       frame = std::move(m_spares->frames.back());
       m_spares->frames.pop_back();
+      m_spares->bytes -= bufferBytes(*frame);
     }
   }
   if (!frame) frame = std::make_unique<Frame>();
@@ -21,14 +32,20 @@ FramePtr FramePool::make() {
   frame->index = -1;
   frame->jpeg.clear();
   frame->picture = Frame::Picture::NotDecoded;
+  frame->tooCostly = false;
   frame->clean = false;
   frame->withTail = false;
   frame->cellSize = 0;
   frame->cellSums.clear();
   return FramePtr(frame.release(), [spares = m_spares](Frame* f) {
     std::unique_ptr<Frame> owned(f);
+    owned->reservation.reset();
+    const std::size_t bytes = bufferBytes(*owned);
     std::lock_guard lock(spares->mutex);
-    if (spares->frames.size() < spares->keep) spares->frames.push_back(std::move(owned));
+    if (spares->frames.size() < spares->keep && spares->bytes + bytes <= spares->keepBytes) {
+      spares->bytes += bytes;
+      spares->frames.push_back(std::move(owned));
+    }
   });
 }
 

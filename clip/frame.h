@@ -10,6 +10,8 @@
 #include <span>
 #include <vector>
 
+#include "toolkit/core/resource_budget.h"
+
 namespace clip {
 
 struct Frame {
@@ -20,6 +22,9 @@ struct Frame {
   std::vector<std::uint8_t> jpeg;
 
   Picture picture = Picture::NotDecoded;
+  // Undecodable because decoding it would cost far more than any real picture does
+  // (toolkit/core/jpeg_decoding.h).
+  bool tooCostly = false;
   // The picture as the converter's 24-bit bitmap file (a 54-byte header, then the rows bottom-up,
   // blue, green, red, each padded to 4 bytes). Holds it only while picture is Decoded.
   std::vector<std::uint8_t> bitmap;
@@ -34,6 +39,9 @@ struct Frame {
   // frame made them too (0: not made).
   int cellSize = 0;
   std::vector<float> cellSums;
+  // The bytes of its picture in the process's budget, held while the frame is (see
+  // search::FrameDecoder); given back when the frame goes back to its pool.
+  toolkit::Reservation reservation;
 
   bool decoded() const { return picture == Picture::Decoded; }
   // Whether the picture is what a "Temp.jpg" of `fileBytes` bytes that begins with this frame
@@ -56,8 +64,11 @@ using FramePtr = std::shared_ptr<Frame>;
 // faults on every frame. Thread-safe; frames may outlive the pool.
 class FramePool {
  public:
-  // `keep`: how many spare frames to hold at most.
-  explicit FramePool(std::size_t keep = 8);
+  // Enough for a few spares of a camera's pictures; one of the largest is not worth keeping.
+  static constexpr std::size_t kDefaultKeepBytes = std::size_t{64} << 20;
+
+  // `keep`: how many spare frames to hold at most, and `keepBytes`: how many bytes of buffers.
+  explicit FramePool(std::size_t keep = 8, std::size_t keepBytes = kDefaultKeepBytes);
 
   // A frame with index -1, no bytes and no picture; its vectors may keep memory of earlier use.
   FramePtr make();
@@ -67,6 +78,8 @@ class FramePool {
     std::mutex mutex;
     std::vector<std::unique_ptr<Frame>> frames;
     std::size_t keep;
+    std::size_t keepBytes;
+    std::size_t bytes = 0;  // of the spares' buffers
   };
   std::shared_ptr<Spares> m_spares;
 };

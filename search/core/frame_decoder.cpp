@@ -4,9 +4,30 @@
 
 #include "search/core/cell_sums.h"
 #include "toolkit/core/image.h"
+#include "toolkit/core/jpeg_decoding.h"
 #include "toolkit/core/little_endian.h"
 
 namespace search {
+namespace {
+
+std::int64_t cellSumBytes(std::int64_t width, std::int64_t height, int cellSize) {
+  if (cellSize <= 0) return 0;
+  return (width / cellSize) * (height / cellSize) * static_cast<std::int64_t>(sizeof(float));
+}
+
+}  // namespace
+
+std::int64_t FrameDecoder::decodingBytes(std::span<const std::uint8_t> jpeg, int cellSize) {
+  const std::optional<toolkit::JpegCost> cost = toolkit::jpegCost(jpeg);
+  if (!cost || !toolkit::plausibleJpegSize(cost->width, cost->height, jpeg.size())) return 0;
+  return static_cast<std::int64_t>(toolkit::bmpFileBytes(cost->width, cost->height)) +
+         cellSumBytes(cost->width, cost->height, cellSize) + cost->workBytes;
+}
+
+std::int64_t FrameDecoder::pictureBytes(const clip::Frame& frame) {
+  if (!frame.decoded()) return 0;
+  return static_cast<std::int64_t>(frame.bitmap.size() + frame.cellSums.size() * sizeof(float));
+}
 
 void FrameDecoder::decode(clip::Frame& frame, int cellSize) {
   if (frame.picture != clip::Frame::Picture::NotDecoded) return;
@@ -24,6 +45,17 @@ void FrameDecoder::decodeAsScratch(clip::Frame& frame, std::span<const std::uint
 
 void FrameDecoder::decodeBytes(clip::Frame& frame, std::span<const std::uint8_t> jpeg,
                                int cellSize) {
+  if (m_budget) {
+    frame.reservation.reset();
+    frame.reservation = m_budget->reserve(decodingBytes(jpeg, cellSize), this);
+  }
+  decodeWithin(frame, jpeg, cellSize);
+  // What libjpeg took is free again; a picture that did not come keeps nothing.
+  frame.reservation.shrinkTo(pictureBytes(frame));
+}
+
+void FrameDecoder::decodeWithin(clip::Frame& frame, std::span<const std::uint8_t> jpeg,
+                                int cellSize) {
   frame.cellSize = 0;
   frame.cellSums.clear();
   // The cells are summed band by band as the decoder finishes their rows, while the rows are
@@ -57,6 +89,7 @@ void FrameDecoder::decodeBytes(clip::Frame& frame, std::span<const std::uint8_t>
   }
   if (!m_decoder.decode(jpeg, frame.bitmap, rowsDone)) {
     frame.picture = clip::Frame::Picture::Undecodable;
+    frame.tooCostly = m_decoder.refused();
     frame.clean = false;
     frame.cellSums.clear();
     return;

@@ -4,17 +4,34 @@
 // for it and, for the comparison, its cell sums. The search's own thread and the threads that
 // decode ahead run the same code, so a picture is the same wherever it was made.
 
+#include <cstdint>
 #include <span>
 
 #include "clip/frame.h"
 #include "toolkit/converters/jpg_to_bmp.h"
+#include "toolkit/core/resource_budget.h"
 
 namespace search {
 
 class FrameDecoder {
  public:
-  // Decodes frame.jpeg into frame.bitmap (or marks the frame Undecodable) and, when `cellSize` is
-  // above 0, makes its cell sums. A frame already decoded is left alone.
+  // Without a budget, frames hold no reservation.
+  FrameDecoder() = default;
+  // Each frame this decodes takes a reservation of `budget` for its picture (as
+  // ResourceBudget::reserve, this decoder the holder, so it may wait), which it keeps while it
+  // lives. Without a budget a frame keeps the reservation it came with, cut to its picture.
+  explicit FrameDecoder(toolkit::ResourceBudget* budget) : m_budget(budget) {}
+  void setBudget(toolkit::ResourceBudget* budget) { m_budget = budget; }
+
+  // The bytes decoding `jpeg` takes at its height, known from its header: the bitmap, the cell
+  // sums of `cellSize` and libjpeg's own memory. 0 for a picture that will be refused at once.
+  static std::int64_t decodingBytes(std::span<const std::uint8_t> jpeg, int cellSize);
+  // The bytes a decoded frame's picture keeps: its bitmap and its cell sums.
+  static std::int64_t pictureBytes(const clip::Frame& frame);
+
+  // Decodes frame.jpeg into frame.bitmap (or marks the frame Undecodable, and tooCostly when it
+  // was refused) and, when `cellSize` is above 0, makes its cell sums. A frame already decoded is
+  // left alone.
   void decode(clip::Frame& frame, int cellSize);
 
   // The picture as "Temp.jpg" gives it once the frame's bytes are at its start (`tempJpg`: the
@@ -25,7 +42,9 @@ class FrameDecoder {
 
  private:
   void decodeBytes(clip::Frame& frame, std::span<const std::uint8_t> jpeg, int cellSize);
+  void decodeWithin(clip::Frame& frame, std::span<const std::uint8_t> jpeg, int cellSize);
 
+  toolkit::ResourceBudget* m_budget = nullptr;
   toolkit::JpegBitmapDecoder m_decoder;
 };
 

@@ -10,11 +10,23 @@ int defaultDecodeThreads() {
   return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
+namespace {
+
+std::unique_ptr<toolkit::ResourceBudget> budgetUnless(toolkit::ResourceBudget* given, int threads) {
+  if (given) return nullptr;
+  return std::make_unique<toolkit::ResourceBudget>(toolkit::ResourceBudget::kDefaultPictureBytes,
+                                                   std::max(threads, 1));
+}
+
+}  // namespace
+
 // Enough frames for every job in flight and those the search still holds; more would only keep
 // memory.
-DecodeAhead::DecodeAhead(toolkit::FileSystem& files, int threads)
+DecodeAhead::DecodeAhead(toolkit::FileSystem& files, int threads, toolkit::ResourceBudget* budget)
     : m_files(files),
-      m_threadCount(std::max(threads, 1)),
+      m_ownBudget(budgetUnless(budget, threads)),
+      m_budget(budget ? *budget : *m_ownBudget),
+      m_threadCount(1 + m_budget.takeThreads(std::max(threads, 1) - 1)),
       m_pool(static_cast<std::size_t>(4 * m_threadCount + 4)) {}
 
 DecodeAhead::~DecodeAhead() {
@@ -26,6 +38,7 @@ DecodeAhead::~DecodeAhead() {
   m_workWaiting.notify_all();
   m_jobDone.notify_all();
   for (std::thread& t : m_threads) t.join();
+  m_budget.returnThreads(m_threadCount - 1);
 }
 
 void DecodeAhead::want(const std::string& path, const std::vector<clip::FramePlace>& frames,
@@ -108,7 +121,13 @@ void DecodeAhead::run(Job& job, FrameDecoder& decoder, std::unique_lock<std::mut
     // The clip is opened for each frame, as the extraction opens it: a clip that has gone away
     // is met as soon as the next frame is read.
     clip::readFrameBytes(*m_files.openRead(job.path), job.place, frame->jpeg);
-    decoder.decode(*frame, job.cellSize);
+    frame->reservation =
+        m_budget.tryReserve(FrameDecoder::decodingBytes(frame->jpeg, job.cellSize));
+    if (frame->reservation) {
+      decoder.decode(*frame, job.cellSize);
+    } else {
+      frame.reset();  // no room: the search decodes it in line
+    }
   } catch (const toolkit::RuntimeError&) {
     frame.reset();
   } catch (const std::bad_alloc&) {

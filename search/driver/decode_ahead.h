@@ -19,6 +19,7 @@
 #include "clip/separate_mjpg.h"
 #include "search/core/frame_decoder.h"
 #include "toolkit/core/file_system.h"
+#include "toolkit/core/resource_budget.h"
 
 namespace search {
 
@@ -26,11 +27,16 @@ namespace search {
 // in line.
 int defaultDecodeThreads();
 
+// Each frame decoded ahead holds its picture's bytes in a budget (Frame::reservation) from before
+// its decoding until the last holder lets go of it; a frame the budget has no room for is left to
+// the search, which decodes it in line.
 class DecodeAhead : public clip::FrameSource {
  public:
   // `threads` threads decoding: the search's own, which decodes frames further ahead while it
-  // waits for one, and `threads` - 1 more, started at the first want().
-  DecodeAhead(toolkit::FileSystem& files, int threads);
+  // waits for one, and up to `threads` - 1 more taken from the budget's threads, started at the
+  // first want(). Without a budget (nullptr) it makes one of its own, of the default picture bytes
+  // and `threads` threads. `budget` must outlive this.
+  DecodeAhead(toolkit::FileSystem& files, int threads, toolkit::ResourceBudget* budget = nullptr);
   ~DecodeAhead() override;
   DecodeAhead(const DecodeAhead&) = delete;
   DecodeAhead& operator=(const DecodeAhead&) = delete;
@@ -45,7 +51,9 @@ class DecodeAhead : public clip::FrameSource {
   // Waits until every frame wanted is decoded (or failed).
   void wait();
 
+  // The search's own thread and those the budget gave.
   int threads() const { return m_threadCount; }
+  toolkit::ResourceBudget& budget() { return m_budget; }
   // How many frames the search took from the threads.
   std::size_t taken() {
     std::lock_guard lock(m_mutex);
@@ -68,6 +76,8 @@ class DecodeAhead : public clip::FrameSource {
   std::shared_ptr<Job> firstWaiting() const;
 
   toolkit::FileSystem& m_files;
+  std::unique_ptr<toolkit::ResourceBudget> m_ownBudget;
+  toolkit::ResourceBudget& m_budget;
   int m_threadCount;
   clip::FramePool m_pool;
   std::mutex m_mutex;

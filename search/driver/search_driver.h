@@ -79,6 +79,9 @@ class SearchDriver {
   // Threads that decode the next frames while the search compares; none decodes in the search's
   // own order of work. The search finds and leaves exactly the same either way.
   void setDecodeAhead(DecodeAhead* ahead) { m_ahead = ahead; }
+  // The budget the frames the search decodes in line hold their pictures in (FrameDecoder);
+  // none by default.
+  void setBudget(toolkit::ResourceBudget* budget) { m_decoder.setBudget(budget); }
 
  private:
   // Why the walk over the frames ended, short of an error.
