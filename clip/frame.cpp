@@ -10,10 +10,11 @@ std::size_t bufferBytes(const Frame& frame) {
 
 }  // namespace
 
-FramePool::FramePool(std::size_t keep, std::size_t keepBytes)
+FramePool::FramePool(std::size_t keep, std::size_t keepBytes, const toolkit::ResourceBudget* budget)
     : m_spares(std::make_shared<Spares>()) {
   m_spares->keep = keep;
   m_spares->keepBytes = keepBytes;
+  if (budget) m_spares->budget = *budget;
 }
 
 FramePtr FramePool::make() {
@@ -27,6 +28,7 @@ FramePtr FramePool::make() {
     }
   }
   if (!frame) frame = std::make_unique<Frame>();
+  frame->reservation.reset();
   // The bitmap keeps its size: a decoder that finds the size it needs writes over every byte
   // and so never pays for clearing the buffer first.
   frame->index = -1;
@@ -41,9 +43,15 @@ FramePtr FramePool::make() {
     std::unique_ptr<Frame> owned(f);
     owned->reservation.reset();
     const std::size_t bytes = bufferBytes(*owned);
+    toolkit::Reservation held;
+    if (spares->budget) {
+      held = spares->budget->tryReserve(static_cast<std::int64_t>(bytes));
+      if (!held) return;
+    }
     std::lock_guard lock(spares->mutex);
     if (spares->frames.size() < spares->keep && spares->bytes + bytes <= spares->keepBytes) {
       spares->bytes += bytes;
+      owned->reservation = std::move(held);
       spares->frames.push_back(std::move(owned));
     }
   });

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -64,11 +65,15 @@ using FramePtr = std::shared_ptr<Frame>;
 // faults on every frame. Thread-safe; frames may outlive the pool.
 class FramePool {
  public:
-  // Enough for a few spares of a camera's pictures; one of the largest is not worth keeping.
-  static constexpr std::size_t kDefaultKeepBytes = std::size_t{64} << 20;
+  // A few spares of a camera's pictures, or one of the largest: its fresh bitmap would cost
+  // 100 MB of page faults a frame.
+  static constexpr std::size_t kDefaultKeepBytes = std::size_t{128} << 20;
 
   // `keep`: how many spare frames to hold at most, and `keepBytes`: how many bytes of buffers.
-  explicit FramePool(std::size_t keep = 8, std::size_t keepBytes = kDefaultKeepBytes);
+  // With a budget, a spare is kept only while its buffers fit in it too, beside the pictures in
+  // flight, and they count there until the spare is made into a frame again.
+  explicit FramePool(std::size_t keep = 8, std::size_t keepBytes = kDefaultKeepBytes,
+                     const toolkit::ResourceBudget* budget = nullptr);
 
   // A frame with index -1, no bytes and no picture; its vectors may keep memory of earlier use.
   FramePtr make();
@@ -80,6 +85,7 @@ class FramePool {
     std::size_t keep;
     std::size_t keepBytes;
     std::size_t bytes = 0;  // of the spares' buffers
+    std::optional<toolkit::ResourceBudget> budget;
   };
   std::shared_ptr<Spares> m_spares;
 };

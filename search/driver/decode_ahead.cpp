@@ -27,7 +27,8 @@ DecodeAhead::DecodeAhead(toolkit::FileSystem& files, int threads, toolkit::Resou
       m_ownBudget(budgetUnless(budget, threads)),
       m_budget(budget ? *budget : *m_ownBudget),
       m_threadCount(1 + m_budget.takeThreads(std::max(threads, 1) - 1)),
-      m_pool(static_cast<std::size_t>(4 * m_threadCount + 4)) {}
+      m_pool(static_cast<std::size_t>(4 * m_threadCount + 4),
+             static_cast<std::size_t>(m_budget.pictureBytes()), &m_budget) {}
 
 DecodeAhead::~DecodeAhead() {
   {

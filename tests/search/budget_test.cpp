@@ -169,6 +169,37 @@ TEST_F(SearchBudgetTest, AThumbnailOfAHugeFrameOrARefusedOneCostsLittle) {
   EXPECT_EQ(png, toolkit::encodePng(toolkit::shrinkImage(eighth, 256, 128)));
 }
 
+// Spares of the largest pictures would keep hundreds of megabytes nobody uses.
+TEST(FramePoolTest, SparesStayWithinTheirBytesAndTheBudget) {
+  const auto release = [](clip::FramePool& pool, int count) {
+    std::vector<clip::FramePtr> frames;
+    for (int i = 0; i < count; ++i) {
+      frames.push_back(pool.make());
+      frames.back()->bitmap.resize(600);
+    }
+  };
+  const auto spares = [](clip::FramePool& pool) {
+    std::vector<clip::FramePtr> frames;
+    int kept = 0;
+    for (int i = 0; i < 4; ++i) {
+      frames.push_back(pool.make());
+      kept += frames.back()->bitmap.capacity() >= 600 ? 1 : 0;
+    }
+    return kept;
+  };
+  clip::FramePool bytes(8, 1300);
+  release(bytes, 3);
+  EXPECT_EQ(spares(bytes), 2);
+  ResourceBudget budget(1000, 1);
+  clip::FramePool counted(8, 1 << 20, &budget);
+  release(counted, 3);
+  EXPECT_EQ(budget.reservedBytes(), 600) << "one spare fits beside nothing else";
+  const clip::FramePtr again = counted.make();
+  EXPECT_GE(again->bitmap.capacity(), 600u);
+  EXPECT_EQ(budget.reservedBytes(), 0) << "a spare made a frame again no longer counts";
+  EXPECT_EQ(counted.make()->bitmap.capacity(), 0u);
+}
+
 TEST_F(SearchBudgetTest, DecodingAheadTakesOnlyTheThreadsLeft) {
   ResourceBudget budget(kAmple, 3);
   {

@@ -51,8 +51,9 @@ class ResourceBudget {
   // The cores of this machine, at least 1.
   static int machineThreads();
 
-  ResourceBudget(const ResourceBudget&) = delete;
-  ResourceBudget& operator=(const ResourceBudget&) = delete;
+  // A copy is another handle on the same budget, not a budget of its own.
+  ResourceBudget(const ResourceBudget&) = default;
+  ResourceBudget& operator=(const ResourceBudget&) = default;
 
   // `bytes` for work that may be skipped (decoding ahead): an empty reservation when they do not
   // fit beside what is held.
