@@ -15,12 +15,10 @@ namespace search {
 
 class FrameDecoder {
  public:
-  // Without a budget, frames hold no reservation.
-  FrameDecoder() = default;
   // Each frame this decodes takes a reservation of `budget` for its picture (as
   // ResourceBudget::reserve, this decoder the holder, so it may wait), which it keeps while it
-  // lives. Without a budget a frame keeps the reservation it came with, cut to its picture.
-  explicit FrameDecoder(toolkit::ResourceBudget* budget) : m_budget(budget) {}
+  // lives. Without a budget (the default) a frame keeps the reservation it came with, cut to its
+  // picture. `budget` must outlive this decoder.
   void setBudget(toolkit::ResourceBudget* budget) { m_budget = budget; }
 
   // The bytes decoding `jpeg` takes at its height, known from its header: the bitmap, the cell

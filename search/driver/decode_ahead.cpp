@@ -10,22 +10,13 @@ int defaultDecodeThreads() {
   return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
-namespace {
-
-std::unique_ptr<toolkit::ResourceBudget> budgetUnless(toolkit::ResourceBudget* given, int threads) {
-  if (given) return nullptr;
-  return std::make_unique<toolkit::ResourceBudget>(toolkit::ResourceBudget::kDefaultPictureBytes,
-                                                   std::max(threads, 1));
-}
-
-}  // namespace
-
 // Enough frames for every job in flight and those the search still holds; more would only keep
 // memory.
 DecodeAhead::DecodeAhead(toolkit::FileSystem& files, int threads, toolkit::ResourceBudget* budget)
     : m_files(files),
-      m_ownBudget(budgetUnless(budget, threads)),
-      m_budget(budget ? *budget : *m_ownBudget),
+      m_budget(budget ? *budget
+                      : toolkit::ResourceBudget(toolkit::ResourceBudget::kDefaultPictureBytes,
+                                                std::max(threads, 1))),
       m_threadCount(1 + m_budget.takeThreads(std::max(threads, 1) - 1)),
       m_pool(static_cast<std::size_t>(4 * m_threadCount + 4),
              static_cast<std::size_t>(m_budget.pictureBytes()), &m_budget) {}

@@ -35,7 +35,7 @@ class DecodeAhead : public clip::FrameSource {
   // `threads` threads decoding: the search's own, which decodes frames further ahead while it
   // waits for one, and up to `threads` - 1 more taken from the budget's threads, started at the
   // first want(). Without a budget (nullptr) it makes one of its own, of the default picture bytes
-  // and `threads` threads. `budget` must outlive this.
+  // and `threads` threads.
   DecodeAhead(toolkit::FileSystem& files, int threads, toolkit::ResourceBudget* budget = nullptr);
   ~DecodeAhead() override;
   DecodeAhead(const DecodeAhead&) = delete;
@@ -76,8 +76,7 @@ class DecodeAhead : public clip::FrameSource {
   std::shared_ptr<Job> firstWaiting() const;
 
   toolkit::FileSystem& m_files;
-  std::unique_ptr<toolkit::ResourceBudget> m_ownBudget;
-  toolkit::ResourceBudget& m_budget;
+  toolkit::ResourceBudget m_budget;  // the caller's, or one of its own
   int m_threadCount;
   clip::FramePool m_pool;
   std::mutex m_mutex;
