@@ -6,7 +6,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <limits>
-#include <sstream>
+#include <ostream>
+#include <unordered_map>
 
 #include "app/clip_search.h"
 #include "app/hgvtool_support.h"
@@ -109,7 +110,9 @@ std::string exportEvent(ToolSession& tool, const ClipScan& scan, const Event& ev
 void removeEventFiles(const ClipScan& scan, const ScanOptions& options) {
   for (const Event& event : scan.events) {
     for (const std::string& name : {event.thumbnail, event.exported}) {
-      if (!name.empty()) toolkit::discardFile(*options.outFiles, options.outFolder + "/" + name);
+      if (isEventFileName(name)) {
+        toolkit::discardFile(*options.outFiles, options.outFolder + "/" + name);
+      }
     }
   }
 }
@@ -165,15 +168,63 @@ std::vector<std::string> findClips(const std::vector<std::string>& paths) {
 std::string eventFileName(const std::string& clip, int event, const std::string& extension) {
   std::string stem;
   for (char ch : std::filesystem::path(clip).stem().string()) {
-    const auto u = static_cast<unsigned char>(ch);
-    stem += (std::isalnum(u) || ch == '-' || ch == '_') ? ch : '_';
+    // ASCII by hand: std::isalnum takes the locale's letters, and a Latin-1 locale would let a
+    // byte that is not UTF-8 into the name.
+    const bool kept = (ch >= 'a' && ch <= 'z') || (ch >= 'A' && ch <= 'Z') ||
+                      (ch >= '0' && ch <= '9') || ch == '-' || ch == '_';
+    stem += kept ? ch : '_';
   }
   // FNV-1a over the whole path.
   std::uint64_t hash = 1469598103934665603ull;
   for (unsigned char ch : clip) hash = (hash ^ ch) * 1099511628211ull;
-  char tail[48];
-  std::snprintf(tail, sizeof tail, "-%08x-event%02d", static_cast<unsigned>(hash >> 32), event);
+  char tail[64];
+  std::snprintf(tail, sizeof tail, "-%016llx-event%02d", static_cast<unsigned long long>(hash),
+                event);
   return stem.substr(0, 40) + tail + extension;
+}
+
+bool isEventFileName(std::string_view name) {
+  const std::size_t dot = name.rfind('.');
+  if (dot == std::string_view::npos) return false;
+  const std::string_view extension = name.substr(dot);
+  if (extension != ".jpg" && extension != ".hgv" && extension != ".wmv" && extension != ".mp4") {
+    return false;
+  }
+  std::string_view rest = name.substr(0, dot);
+  std::size_t digits = 0;
+  while (digits < rest.size() &&
+         std::isdigit(static_cast<unsigned char>(rest[rest.size() - 1 - digits]))) {
+    ++digits;
+  }
+  if (digits < 2 || digits > 10) return false;
+  rest.remove_suffix(digits);
+  constexpr std::string_view kEvent = "-event";
+  constexpr std::size_t kMark = 17;  // "-" and 16 hex digits
+  if (rest.size() < kEvent.size() + kMark || rest.substr(rest.size() - kEvent.size()) != kEvent) {
+    return false;
+  }
+  rest.remove_suffix(kEvent.size());
+  const std::string_view mark = rest.substr(rest.size() - kMark);
+  if (mark[0] != '-' || mark.find_first_not_of("0123456789abcdef", 1) != std::string_view::npos) {
+    return false;
+  }
+  rest.remove_suffix(kMark);
+  constexpr std::string_view kStem =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
+  return rest.size() <= 40 && rest.find_first_not_of(kStem) == std::string_view::npos;
+}
+
+std::vector<std::pair<std::string, std::string>> clipsSharingNames(
+    const std::vector<std::string>& clips, const std::vector<std::string>& kept) {
+  // Two clips share every event file's name when they share the first one's.
+  std::unordered_map<std::string, std::string> owner;
+  for (const std::string& clip : kept) owner.emplace(eventFileName(clip, 1, ""), clip);
+  std::vector<std::pair<std::string, std::string>> sharing;
+  for (const std::string& clip : clips) {
+    const auto [at, added] = owner.emplace(eventFileName(clip, 1, ""), clip);
+    if (!added && at->second != clip) sharing.emplace_back(clip, at->second);
+  }
+  return sharing;
 }
 
 ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgress* progress) {
@@ -181,9 +232,12 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
   ClipScan scan;
   scan.clip = path;
   scan.stamp = stampOf(path);
-  std::ostringstream quiet;  // the boxes are kept for the report, not printed
+  // The boxes are kept for the report, not printed: a stream without a buffer drops them, where
+  // one that kept them would grow with every frame that fails.
+  std::ostream quiet(nullptr);
   ToolSession tool(quiet);
   scan.opened = tool.openClip(path);
+  tool.gatherBoxesByFrame();
   // The results are all the scan wants: no scratch file is written while it searches.
   tool.session().SeparateMJPG.scratch().setMode(clip::ScratchFiles::Mode::Memory);
   std::vector<toolkit::MessageBoxRequest> errors;
@@ -204,8 +258,8 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
   } else {
     scan.microSecPerFrame = 100000;
   }
-  std::vector<toolkit::MessageBoxRequest> events = std::move(scan.boxes);
-  scan.boxes = tool.boxes();
+  std::vector<ScanBox> events = std::move(scan.boxes);
+  scan.boxes = tool.scanBoxes();
   scan.boxes.insert(scan.boxes.end(), events.begin(), events.end());
   scan.boxes.insert(scan.boxes.end(), errors.begin(), errors.end());
   scan.scanSeconds =

@@ -13,8 +13,11 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
+#include "app/hgvtool_support.h"
 #include "app/scan_events.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
@@ -63,11 +66,14 @@ struct ClipScan {
   bool broke = false;  // a search ended with an error before the end of the run
   int totalFrames = 0;
   std::uint32_t microSecPerFrame = 0;  // as the main header gives it
-  std::vector<toolkit::MessageBoxRequest> boxes;
+  std::vector<ScanBox> boxes;
   std::vector<MotionFrame> motion;
   std::vector<Event> events;
   double scanSeconds = 0;    // how long its scan took
   bool interrupted = false;  // the scan was stopped before it was done: nothing of it counts
+  // Why the journal's record of the clip was not taken (a file name the scan does not write);
+  // empty for a scan taken or done. Such a record is the clip's problem, not its scan.
+  std::string refused;
 
   double frameSeconds() const { return app::frameSeconds(microSecPerFrame); }
   double durationSeconds() const { return totalFrames * frameSeconds(); }
@@ -90,9 +96,21 @@ struct ScanProgress {
 ClipScan scanClip(const std::string& path, const ScanOptions& options,
                   ScanProgress* progress = nullptr);
 
-// The file name of a clip's event file: the clip's name, a mark of its whole path (two clips of
-// one name in different folders stay apart) and the event's number.
+// The file name of a clip's event file: the clip's name (letters, digits, '-' and '_' of at most
+// its first 40 bytes), a mark of its whole path (two clips of one name in different folders stay
+// apart) and the event's number: "front-0123456789abcdef-event02.jpg". The mark is 64 bits of
+// FNV-1a, which keeps two honest paths apart but not two names made to meet: clipsSharingNames
+// finds those.
 std::string eventFileName(const std::string& clip, int event, const std::string& extension);
+
+// Whether `name` has the shape of eventFileName's: a base name, nothing a browser or a shell reads
+// as anything but a file beside the report, with one of the extensions the scan writes.
+bool isEventFileName(std::string_view name);
+
+// The clips of `clips` whose event files would take the names of another's, each with that
+// other: one of `kept` (clips done, whose files stand) or one before it in `clips`.
+std::vector<std::pair<std::string, std::string>> clipsSharingNames(
+    const std::vector<std::string>& clips, const std::vector<std::string>& kept);
 
 // The texts of the clip's message boxes on one line, " | " between them.
 std::string scanMessage(const ClipScan& scan);

@@ -404,7 +404,8 @@ int runScan(const Args& args, std::ostream& out, std::ostream& err, const ScanEn
     try {
       journal->open(c.resume);
     } catch (const toolkit::RuntimeError& e) {
-      err << "hgvtool: cannot write " << journal->path() << ": " << e.description() << "\n";
+      err << "hgvtool: cannot write " << terminalText(journal->path()) << ": " << e.description()
+          << "\n";
       return 1;
     }
     std::erase_if(todo,
@@ -416,7 +417,7 @@ int runScan(const Args& args, std::ostream& out, std::ostream& err, const ScanEn
   int status = 0;
   if (journal) status = writeReport(c, clips, *env.files, out, err);
   if (!run.writeError().empty()) {
-    err << "hgvtool: " << run.writeError() << "\n";
+    err << "hgvtool: " << terminalText(run.writeError()) << "\n";
     return 1;
   }
   if (signals.signal() != 0) return 128 + signals.signal();

@@ -3,11 +3,13 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <ostream>
 
 #include "app/hgvtool_commands.h"
+#include "app/json_value.h"
 #include "review/open_clip.h"
 #include "search/core/frame_decoder.h"
 #include "search/core/marks.h"
@@ -56,6 +58,49 @@ bool ToolSession::openClip(const std::string& path) {
   }
 }
 
+void ToolSession::gatherBoxesByFrame() {
+  m_sink.gather([this] { return m_session->SeparateMJPG.ExtractedFrame.value(); });
+}
+
+std::vector<ScanBox> ToolSession::scanBoxes() const {
+  std::vector<ScanBox> out(m_sink.boxes().begin(), m_sink.boxes().end());
+  out.insert(out.end(), m_sink.gathered().begin(), m_sink.gathered().end());
+  return out;
+}
+
+void ToolSession::TeeSink::show(const toolkit::MessageBoxRequest& box) {
+  m_print.show(box);
+  const int frame = m_frame ? m_frame() : -1;
+  if (!m_frame) {
+    m_record.show(box);
+  } else if (frame < 0) {
+    m_gathered.emplace_back(box);
+  } else {
+    const std::string key = box.text + '\0' + (box.title ? "t" + *box.title : "-") +
+                            (box.icon == toolkit::MsgIcon::Critical ? "!" : "");
+    const auto [entry, added] = m_entryOf.try_emplace(key, m_gathered.size());
+    if (added) m_gathered.emplace_back(box);
+    addFrame(m_gathered[entry->second].frames, frame);
+  }
+}
+
+void addFrame(std::vector<FrameRun>& runs, int frame) {
+  // The first run that holds the frame, ends just before it, or lies after it.
+  const auto at = std::lower_bound(runs.begin(), runs.end(), frame,
+                                   [](const FrameRun& run, int f) { return run.last < f - 1; });
+  if (at == runs.end() || at->first > frame + 1) {
+    runs.insert(at, {frame, frame});
+    return;
+  }
+  at->first = std::min(at->first, frame);
+  at->last = std::max(at->last, frame);
+  const auto next = at + 1;
+  if (next != runs.end() && next->first <= at->last + 1) {
+    at->last = next->last;
+    runs.erase(next);
+  }
+}
+
 toolkit::RgbImage ToolSession::openedPicture() {
   const std::span<const std::uint8_t> file = m_session->SeparateMJPG.scratch().jpegFile();
   if (file.size() >= 2 && file[0] == 'B' && file[1] == 'M') {
@@ -86,46 +131,82 @@ void TerminalLine::show(const std::string& text) {
 
 std::string jsonString(const std::string& s) {
   std::string out = "\"";
-  for (unsigned char c : s) {
-    switch (c) {
-      case '"':
-        out += "\\\"";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      case '\t':
-        out += "\\t";
-        break;
-      default:
-        if (c < 0x20) {
-          char buf[8];
-          std::snprintf(buf, sizeof buf, "\\u%04x", c);
-          out += buf;
-        } else {
-          out += static_cast<char>(c);
-        }
+  for (std::size_t at = 0; at < s.size();) {
+    const auto c = static_cast<unsigned char>(s[at]);
+    const std::size_t length = utf8SequenceLength(std::string_view(s).substr(at));
+    if (length > 1) {
+      out.append(s, at, length);
+    } else if (length == 0) {
+      out += "\xEF\xBF\xBD";  // U+FFFD: JSON is UTF-8, and this byte is none of it
+    } else if (c == '"' || c == '\\') {
+      out += '\\';
+      out += static_cast<char>(c);
+    } else if (c == '\n' || c == '\r' || c == '\t') {
+      out += c == '\n' ? "\\n" : c == '\r' ? "\\r" : "\\t";
+    } else if (c < 0x20) {
+      char buf[8];
+      std::snprintf(buf, sizeof buf, "\\u%04x", c);
+      out += buf;
+    } else {
+      out += static_cast<char>(c);
     }
+    at += std::max<std::size_t>(length, 1);
   }
   return out + "\"";
 }
 
+namespace {
+
+std::string boxJson(const toolkit::MessageBoxRequest& b) {
+  return "{\"text\": " + jsonString(b.text) +
+         ", \"icon\": " + (b.icon == toolkit::MsgIcon::Critical ? "\"critical\"" : "null") +
+         ", \"title\": " + (b.title ? jsonString(*b.title) : "null");
+}
+
+}  // namespace
+
 std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes) {
   std::string out = "[";
+  for (std::size_t i = 0; i < boxes.size(); ++i) out += (i ? ", " : "") + boxJson(boxes[i]) + "}";
+  return out + "]";
+}
+
+std::string boxesJson(const std::vector<ScanBox>& boxes) {
+  std::string out = "[";
   for (std::size_t i = 0; i < boxes.size(); ++i) {
-    const auto& b = boxes[i];
-    if (i) out += ", ";
-    out += "{\"text\": " + jsonString(b.text) +
-           ", \"icon\": " + (b.icon == toolkit::MsgIcon::Critical ? "\"critical\"" : "null") +
-           ", \"title\": " + (b.title ? jsonString(*b.title) : "null") + "}";
+    out += (i ? ", " : "") + boxJson(boxes[i].box);
+    if (!boxes[i].frames.empty()) {
+      out += ", \"frames\": [";
+      for (std::size_t k = 0; k < boxes[i].frames.size(); ++k) {
+        const FrameRun& run = boxes[i].frames[k];
+        out +=
+            (k ? ", [" : "[") + std::to_string(run.first) + ", " + std::to_string(run.last) + "]";
+      }
+      out += "]";
+    }
+    out += "}";
   }
   return out + "]";
+}
+
+std::string terminalText(std::string_view text) {
+  std::string out;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length = utf8SequenceLength(text.substr(at));
+    const auto c = static_cast<unsigned char>(text[at]);
+    const bool c1 = length == 2 && c == 0xC2 && static_cast<unsigned char>(text[at + 1]) < 0xA0;
+    if (length == 0 || c1 || c < 0x20 || c == 0x7F) {
+      for (std::size_t k = 0; k < std::max<std::size_t>(length, 1); ++k) {
+        char hex[8];
+        std::snprintf(hex, sizeof hex, "\\x%02x", static_cast<unsigned char>(text[at + k]));
+        out += hex;
+      }
+    } else {
+      out.append(text.substr(at, length));
+    }
+    at += std::max<std::size_t>(length, 1);
+  }
+  return out;
 }
 
 bool parseInt(const std::string& text, long long& value) {
@@ -145,7 +226,8 @@ bool makeFolder(const std::string& folder, std::ostream& err) {
   std::error_code ec;
   std::filesystem::create_directories(folder, ec);
   if (ec || !std::filesystem::is_directory(folder)) {
-    err << "hgvtool: cannot make the folder \"" << folder << "\": " << ec.message() << "\n";
+    err << "hgvtool: cannot make the folder \"" << terminalText(folder) << "\": " << ec.message()
+        << "\n";
     return false;
   }
   return true;

@@ -1,6 +1,8 @@
 #include "app/json_value.h"
 
+#include <cctype>
 #include <charconv>
+#include <cmath>
 
 namespace app {
 
@@ -54,16 +56,37 @@ class JsonParser {
     return true;
   }
 
+  // The grammar of RFC 8259: -?(0|[1-9][0-9]*)(.[0-9]+)?([eE][+-]?[0-9]+)?, nothing more, so
+  // that "inf", "nan", "0x10" and "01" are refused; a number beyond a double's range is too.
   bool number(JsonValue& out) {
-    const char* begin = m_text.data() + m_at;
-    const char* end = m_text.data() + m_text.size();
-    if (begin == end || !(*begin == '-' || (*begin >= '0' && *begin <= '9'))) return false;
+    const std::size_t start = m_at;
+    std::size_t at = m_at;
+    const auto digits = [&] {
+      const std::size_t from = at;
+      while (at < m_text.size() && m_text[at] >= '0' && m_text[at] <= '9') ++at;
+      return at > from;
+    };
+    if (at < m_text.size() && m_text[at] == '-') ++at;
+    if (at < m_text.size() && m_text[at] == '0') {
+      ++at;
+    } else if (!digits()) {
+      return false;
+    }
+    const std::size_t whole = at;
+    if (at < m_text.size() && m_text[at] == '.' && (++at, !digits())) return false;
+    if (at < m_text.size() && (m_text[at] == 'e' || m_text[at] == 'E')) {
+      ++at;
+      if (at < m_text.size() && (m_text[at] == '+' || m_text[at] == '-')) ++at;
+      if (!digits()) return false;
+    }
+    const char* begin = m_text.data() + start;
+    const char* end = m_text.data() + at;
     const auto [next, error] = std::from_chars(begin, end, out.m_number);
-    if (error != std::errc()) return false;
-    const auto [whole, wholeError] = std::from_chars(begin, next, out.m_integer);
-    out.m_exact = wholeError == std::errc() && whole == next;
+    if (error != std::errc() || next != end || !std::isfinite(out.m_number)) return false;
+    const auto [last, wholeError] = std::from_chars(begin, end, out.m_integer);
+    out.m_exact = whole == at && wholeError == std::errc() && last == end;
     out.m_kind = JsonValue::Kind::Number;
-    m_at += static_cast<std::size_t>(next - begin);
+    m_at = at;
     return true;
   }
 
@@ -73,59 +96,70 @@ class JsonParser {
     } else if (code < 0x800) {
       out += static_cast<char>(0xC0 | code >> 6);
       out += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
+    } else if (code < 0x10000) {
       out += static_cast<char>(0xE0 | code >> 12);
+      out += static_cast<char>(0x80 | (code >> 6 & 0x3F));
+      out += static_cast<char>(0x80 | (code & 0x3F));
+    } else {
+      out += static_cast<char>(0xF0 | code >> 18);
+      out += static_cast<char>(0x80 | (code >> 12 & 0x3F));
       out += static_cast<char>(0x80 | (code >> 6 & 0x3F));
       out += static_cast<char>(0x80 | (code & 0x3F));
     }
   }
 
+  bool hex4(std::uint32_t& code) {
+    if (m_at + 4 > m_text.size()) return false;
+    const char* begin = m_text.data() + m_at;
+    for (const char* c = begin; c != begin + 4; ++c) {
+      if (!std::isxdigit(static_cast<unsigned char>(*c))) return false;
+    }
+    std::from_chars(begin, begin + 4, code, 16);
+    m_at += 4;
+    return true;
+  }
+
+  // After "\u": one code point, a surrogate pair taken together; a lone surrogate is refused, as
+  // it stands for no character and has no UTF-8 form.
+  bool escapedCode(std::string& out) {
+    std::uint32_t code = 0;
+    if (!hex4(code)) return false;
+    if (code >= 0xDC00 && code <= 0xDFFF) return false;
+    if (code >= 0xD800 && code <= 0xDBFF) {
+      std::uint32_t low = 0;
+      if (!word("\\u") || !hex4(low) || low < 0xDC00 || low > 0xDFFF) return false;
+      code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+    }
+    putUtf8(out, code);
+    return true;
+  }
+
   bool string(std::string& out) {
     ++m_at;  // the opening quote
     while (m_at < m_text.size()) {
-      const char c = m_text[m_at++];
-      if (c == '"') return true;
+      const char c = m_text[m_at];
+      if (c == '"') {
+        ++m_at;
+        return true;
+      }
       if (static_cast<unsigned char>(c) < 0x20) return false;
       if (c != '\\') {
-        out += c;
+        const std::size_t length = utf8SequenceLength(m_text.substr(m_at));
+        if (length == 0) return false;
+        out.append(m_text.substr(m_at, length));
+        m_at += length;
         continue;
       }
-      if (m_at >= m_text.size()) return false;
+      if (++m_at >= m_text.size()) return false;
       const char e = m_text[m_at++];
-      switch (e) {
-        case '"':
-        case '\\':
-        case '/':
-          out += e;
-          break;
-        case 'b':
-          out += '\b';
-          break;
-        case 'f':
-          out += '\f';
-          break;
-        case 'n':
-          out += '\n';
-          break;
-        case 'r':
-          out += '\r';
-          break;
-        case 't':
-          out += '\t';
-          break;
-        case 'u': {
-          std::uint32_t code = 0;
-          if (m_at + 4 > m_text.size()) return false;
-          const auto [next, error] =
-              std::from_chars(m_text.data() + m_at, m_text.data() + m_at + 4, code, 16);
-          if (error != std::errc() || next != m_text.data() + m_at + 4) return false;
-          m_at += 4;
-          putUtf8(out, code);
-          break;
-        }
-        default:
-          return false;
+      if (e == 'u') {
+        if (!escapedCode(out)) return false;
+        continue;
       }
+      constexpr std::string_view kEscapes = "\"\\/bfnrt", kMeanings = "\"\\/\b\f\n\r\t";
+      const std::size_t k = kEscapes.find(e);
+      if (k == std::string_view::npos) return false;
+      out += kMeanings[k];
     }
     return false;
   }
@@ -180,6 +214,56 @@ bool JsonValue::has(std::string_view key) const {
     if (member.first == key) return true;
   }
   return false;
+}
+
+std::size_t utf8SequenceLength(std::string_view text) {
+  if (text.empty()) return 0;
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char lead = byte(0);
+  if (lead < 0x80) return 1;
+  std::size_t length = 0;
+  unsigned char low = 0x80, high = 0xBF;  // the second byte's range, narrowed for some leads
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    length = 2;
+  } else if (lead >= 0xE0 && lead <= 0xEF) {
+    length = 3;
+    if (lead == 0xE0) low = 0xA0;   // overlong
+    if (lead == 0xED) high = 0x9F;  // surrogates
+  } else if (lead >= 0xF0 && lead <= 0xF4) {
+    length = 4;
+    if (lead == 0xF0) low = 0x90;   // overlong
+    if (lead == 0xF4) high = 0x8F;  // beyond U+10FFFF
+  } else {
+    return 0;
+  }
+  if (text.size() < length || byte(1) < low || byte(1) > high) return 0;
+  for (std::size_t i = 2; i < length; ++i) {
+    if (byte(i) < 0x80 || byte(i) > 0xBF) return 0;
+  }
+  return length;
+}
+
+bool isUtf8(std::string_view text) {
+  for (std::size_t at = 0, length; at < text.size(); at += length) {
+    if ((length = utf8SequenceLength(text.substr(at))) == 0) return false;
+  }
+  return true;
+}
+
+std::string validUtf8(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length = utf8SequenceLength(text.substr(at));
+    if (length == 0) {
+      out += "\xEF\xBF\xBD";
+      ++at;
+    } else {
+      out.append(text.substr(at, length));
+      at += length;
+    }
+  }
+  return out;
 }
 
 }  // namespace app

@@ -1,7 +1,8 @@
 #pragma once
 
-// A reader of JSON, for what hgvtool itself writes and reads back (the scan's records). Strings
-// keep any bytes the writer passed through, so a clip's path of any bytes comes back as it went.
+// A reader of JSON, for what hgvtool itself writes and reads back (the scan's records). It takes
+// only what RFC 8259 allows: strings of valid UTF-8 (a path of other bytes travels beside its
+// string, as the writer puts it) and finite numbers.
 
 #include <cstdint>
 #include <optional>
@@ -17,7 +18,8 @@ class JsonValue {
   enum class Kind { Null, Bool, Number, String, Array, Object };
 
   // One whole JSON value and nothing after it but white space; nullopt for anything else,
-  // including nesting deeper than 64.
+  // including nesting deeper than 64, a string that is not UTF-8, a lone surrogate and a number
+  // out of a double's range.
   static std::optional<JsonValue> parse(std::string_view text);
 
   Kind kind() const { return m_kind; }
@@ -28,8 +30,11 @@ class JsonValue {
   long long integer() const {
     return m_kind != Kind::Number ? 0 : m_exact ? m_integer : static_cast<long long>(m_number);
   }
+  // A number written without fraction or exponent that fits 64 bits.
+  bool isInteger() const { return m_kind == Kind::Number && m_exact; }
   const std::string& string() const { return m_string; }  // empty unless a string
   const std::vector<JsonValue>& array() const { return m_array; }
+  const std::vector<std::pair<std::string, JsonValue>>& members() const { return m_object; }
   // A member of an object, or null when there is none.
   const JsonValue& operator[](std::string_view key) const;
   bool has(std::string_view key) const;
@@ -45,5 +50,12 @@ class JsonValue {
   std::vector<JsonValue> m_array;
   std::vector<std::pair<std::string, JsonValue>> m_object;
 };
+
+// The length of the UTF-8 sequence at the start of `text`: 1 to 4, or 0 where none starts there
+// (a stray byte, an overlong form, a surrogate, a code beyond U+10FFFF, a cut-off sequence).
+std::size_t utf8SequenceLength(std::string_view text);
+bool isUtf8(std::string_view text);
+// `text` with each byte that starts no UTF-8 sequence replaced by U+FFFD.
+std::string validUtf8(std::string_view text);
 
 }  // namespace app

@@ -10,18 +10,25 @@
 namespace app {
 namespace {
 
-// The records of the journal's bytes, and how many bytes of whole lines there are.
-std::vector<ClipScan> parse(const std::string& bytes, std::int64_t& wholeBytes) {
+// The records of the journal's bytes, how many bytes of whole lines there are, and how many
+// lines hold no record, a last one that is not whole included.
+std::vector<ClipScan> parse(const std::string& bytes, std::int64_t& wholeBytes, int& damaged) {
   std::vector<ClipScan> records;
   std::size_t start = 0;
   wholeBytes = 0;
+  damaged = 0;
   for (std::size_t end; (end = bytes.find('\n', start)) != std::string::npos; start = end + 1) {
     const auto value = JsonValue::parse(std::string_view(bytes).substr(start, end - start));
     std::optional<ClipScan> record = value ? recordOf(*value) : std::nullopt;
     // A damaged line inside the journal is passed over; its clip has no record and is scanned.
-    if (record) records.push_back(std::move(*record));
+    if (record) {
+      records.push_back(std::move(*record));
+    } else {
+      ++damaged;
+    }
     wholeBytes = static_cast<std::int64_t>(end + 1);
   }
+  if (start < bytes.size()) ++damaged;
   return records;
 }
 
@@ -37,7 +44,10 @@ void ScanJournal::open(bool resume) {
   m_length = 0;
   if (resume && m_files.exists(m_path)) {
     const std::string bytes = toolkit::readWholeFile(m_files, m_path);
-    for (const ClipScan& record : parse(bytes, m_length)) m_stamps[record.clip] = record.stamp;
+    int damaged = 0;
+    for (const ClipScan& record : parse(bytes, m_length, damaged)) {
+      m_stamps[record.clip] = record.stamp;
+    }
     if (m_length < static_cast<std::int64_t>(bytes.size())) {
       m_files.openWrite(m_path)->truncate(m_length);
     }
@@ -71,11 +81,22 @@ void ScanJournal::append(const ClipScan& scan) {
   m_stamps[scan.clip] = scan.stamp;
 }
 
-std::vector<ClipScan> readJournal(toolkit::FileSystem& files, const std::string& folder) {
+std::vector<std::string> ScanJournal::clips() const {
+  std::vector<std::string> out;
+  out.reserve(m_stamps.size());
+  for (const auto& entry : m_stamps) out.push_back(entry.first);
+  return out;
+}
+
+std::vector<ClipScan> readJournal(toolkit::FileSystem& files, const std::string& folder,
+                                  int* damaged) {
   const std::string path = journalPath(folder);
   if (!files.exists(path)) return {};
   std::int64_t whole = 0;
-  return latestRecords(parse(toolkit::readWholeFile(files, path), whole));
+  int lines = 0;
+  std::vector<ClipScan> records = parse(toolkit::readWholeFile(files, path), whole, lines);
+  if (damaged) *damaged = lines;
+  return latestRecords(records);
 }
 
 std::vector<ClipScan> latestRecords(const std::vector<ClipScan>& records) {

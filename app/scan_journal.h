@@ -32,6 +32,8 @@ class ScanJournal {
   void append(const ClipScan& scan);
 
   const std::string& path() const { return m_path; }
+  // The clips the journal holds a record of, done or not.
+  std::vector<std::string> clips() const;
 
  private:
   toolkit::FileSystem& m_files;
@@ -43,8 +45,11 @@ class ScanJournal {
 };
 
 // Every clip's last record of DIR/scan.jsonl, sorted by the clip's path; read as
-// ScanJournal::open(true) reads it, but changing nothing.
-std::vector<ClipScan> readJournal(toolkit::FileSystem& files, const std::string& folder);
+// ScanJournal::open(true) reads it, but changing nothing. A record whose file names were refused
+// is its clip's problem (ClipScan::refused); `damaged`, when given, counts the lines that hold no
+// record at all, a cut-off last one included.
+std::vector<ClipScan> readJournal(toolkit::FileSystem& files, const std::string& folder,
+                                  int* damaged = nullptr);
 
 // Every clip's last record among `records`, sorted by the clip's path.
 std::vector<ClipScan> latestRecords(const std::vector<ClipScan>& records);

@@ -2,7 +2,11 @@
 
 #include <sys/stat.h>
 
+#include <cmath>
+#include <limits>
+
 #include "app/scan_report.h"
+#include "clip/clip_format.h"
 
 namespace app {
 
@@ -18,61 +22,198 @@ std::string recordLine(const ClipScan& scan) {
 
 namespace {
 
-std::vector<search::CellPoint> cornersOf(const JsonValue& marked) {
-  std::vector<search::CellPoint> out;
-  for (const JsonValue& p : marked.array()) {
-    if (p.array().size() != 2) continue;
-    out.push_back({static_cast<std::int32_t>(p.array()[0].integer()),
-                   static_cast<std::int32_t>(p.array()[1].integer())});
-  }
-  return out;
+// A line that holds no record: a field missing, of another kind, or out of its range.
+struct Damaged {};
+
+constexpr long long kInt32Min = std::numeric_limits<std::int32_t>::min();
+constexpr long long kInt32Max = std::numeric_limits<std::int32_t>::max();
+// Longer than any scan: a larger figure is damage, and would not fit the report's columns.
+constexpr double kMostScanSeconds = 1e9;
+
+long long whole(const JsonValue& v, long long least, long long most) {
+  if (!v.isInteger() || v.integer() < least || v.integer() > most) throw Damaged{};
+  return v.integer();
 }
 
-Event eventOf(const JsonValue& e) {
-  Event event;
-  event.number = static_cast<int>(e["number"].integer());
-  event.startFrame = static_cast<int>(e["start_frame"].integer());
-  event.endFrame = static_cast<int>(e["end_frame"].integer());
-  event.motionFrames = static_cast<int>(e["motion_frames"].integer());
-  event.peakFrame = static_cast<int>(e["peak_frame"].integer());
-  event.peakCells = static_cast<int>(e["peak_cells"].integer());
-  for (std::size_t k = 0; k < 4 && k < e["box"].array().size(); ++k) {
-    event.box[k] = static_cast<std::int32_t>(e["box"].array()[k].integer());
+int frameOf(const JsonValue& v, int totalFrames) {
+  return static_cast<int>(whole(v, 0, totalFrames - 1LL));
+}
+
+const std::string& text(const JsonValue& v) {
+  if (v.kind() != JsonValue::Kind::String) throw Damaged{};
+  return v.string();
+}
+
+const std::vector<JsonValue>& list(const JsonValue& v, std::size_t size = 0) {
+  if (v.kind() != JsonValue::Kind::Array || (size && v.array().size() != size)) throw Damaged{};
+  return v.array();
+}
+
+// The clip's path: "clip" where it is UTF-8, else the exact bytes of "clip_bytes" in hex, which
+// must give "clip" once their stray bytes are replaced.
+std::string clipOf(const JsonValue& line) {
+  std::string clip = text(line["clip"]);
+  if (line.has("clip_bytes")) {
+    const std::string& hex = text(line["clip_bytes"]);
+    if (hex.size() % 2 != 0) throw Damaged{};
+    std::string bytes;
+    for (std::size_t i = 0; i < hex.size(); i += 2) {
+      const auto digit = [](char c) -> int {
+        if (c >= '0' && c <= '9') return c - '0';
+        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+        throw Damaged{};
+      };
+      bytes += static_cast<char>(digit(hex[i]) << 4 | digit(hex[i + 1]));
+    }
+    if (validUtf8(bytes) != clip) throw Damaged{};
+    clip = std::move(bytes);
   }
-  event.clipFrom = static_cast<int>(e["clip_from"].integer());
-  event.clipTo = static_cast<int>(e["clip_to"].integer());
-  event.thumbnail = e["thumbnail"].string();
-  event.exported = e["exported"].string();
+  if (clip.empty() || clip.find('\0') != std::string::npos) throw Damaged{};
+  return clip;
+}
+
+std::vector<FrameRun> runsOf(const JsonValue& frames, int totalFrames) {
+  std::vector<FrameRun> runs;
+  if (frames.isNull()) return runs;
+  for (const JsonValue& r : list(frames)) {
+    const FrameRun run{frameOf(list(r, 2)[0], totalFrames), frameOf(r.array()[1], totalFrames)};
+    // Ascending and apart, as the scan gathers them.
+    if (run.last < run.first || (!runs.empty() && run.first <= runs.back().last + 1)) {
+      throw Damaged{};
+    }
+    runs.push_back(run);
+  }
+  if (runs.empty()) throw Damaged{};  // a box of no frame is written without "frames"
+  return runs;
+}
+
+ScanBox boxOf(const JsonValue& b, int totalFrames) {
+  ScanBox box;
+  box.box.text = text(b["text"]);
+  if (!b["icon"].isNull() && text(b["icon"]) != "critical") throw Damaged{};
+  box.box.icon = b["icon"].isNull() ? toolkit::MsgIcon::None : toolkit::MsgIcon::Critical;
+  if (!b["title"].isNull()) box.box.title = text(b["title"]);
+  box.frames = runsOf(b["frames"], totalFrames);
+  return box;
+}
+
+MotionFrame motionOf(const JsonValue& m, int totalFrames) {
+  MotionFrame motion{frameOf(m["frame"], totalFrames), {}};
+  for (const JsonValue& p : list(m["marked"])) {
+    motion.marked.push_back({static_cast<std::int32_t>(whole(list(p, 2)[0], kInt32Min, kInt32Max)),
+                             static_cast<std::int32_t>(whole(p.array()[1], kInt32Min, kInt32Max))});
+  }
+  return motion;
+}
+
+std::string nameOf(const JsonValue& v) { return v.isNull() ? std::string() : text(v); }
+
+// An event lies inside its clip, in the order the grouping gives its frames.
+Event eventOf(const JsonValue& e, int number, int totalFrames) {
+  Event event;
+  event.number = static_cast<int>(whole(e["number"], number, number));
+  event.clipFrom = frameOf(e["clip_from"], totalFrames);
+  event.startFrame = static_cast<int>(whole(e["start_frame"], event.clipFrom, totalFrames - 1LL));
+  event.peakFrame = static_cast<int>(whole(e["peak_frame"], event.startFrame, totalFrames - 1LL));
+  event.endFrame = static_cast<int>(whole(e["end_frame"], event.peakFrame, totalFrames - 1LL));
+  event.clipTo = static_cast<int>(whole(e["clip_to"], event.endFrame, totalFrames - 1LL));
+  event.motionFrames =
+      static_cast<int>(whole(e["motion_frames"], 1, event.endFrame - event.startFrame + 1LL));
+  event.peakCells = static_cast<int>(whole(e["peak_cells"], 0, kInt32Max));
+  for (std::size_t k = 0; k < 4; ++k) {
+    event.box[k] = static_cast<std::int32_t>(whole(list(e["box"], 4)[k], kInt32Min, kInt32Max));
+  }
+  event.thumbnail = nameOf(e["thumbnail"]);
+  event.exported = nameOf(e["exported"]);
   return event;
+}
+
+ClipScan scanOf(const JsonValue& line) {
+  for (const char* key : {"clip", "opened", "ended", "TotalFrames", "boxes", "motion", "events",
+                          "dwMicroSecPerFrame", "size", "mtime_ns"}) {
+    if (!line.has(key)) throw Damaged{};
+  }
+  ClipScan scan;
+  scan.clip = clipOf(line);
+  if (line["opened"].kind() != JsonValue::Kind::Bool) throw Damaged{};
+  scan.opened = line["opened"].boolean();
+  const std::string& ended = text(line["ended"]);
+  const bool known = ended == "refused" || ended == "error" || ended == "end_of_run";
+  if (!known || (ended == "refused") == scan.opened) throw Damaged{};
+  scan.broke = ended == "error";
+  // A clip that did not open has no frames: nothing of it can lie inside it.
+  scan.totalFrames =
+      static_cast<int>(whole(line["TotalFrames"], 0, scan.opened ? clip::format::kMaxFrames : 0));
+  scan.microSecPerFrame = static_cast<std::uint32_t>(
+      whole(line["dwMicroSecPerFrame"], 0, std::numeric_limits<std::uint32_t>::max()));
+  scan.stamp = {whole(line["size"], -1, std::numeric_limits<std::int64_t>::max()),
+                whole(line["mtime_ns"], std::numeric_limits<std::int64_t>::min(),
+                      std::numeric_limits<std::int64_t>::max())};
+  if (line.has("scan_s")) {
+    const JsonValue& took = line["scan_s"];
+    if (took.kind() != JsonValue::Kind::Number || !(took.number() >= 0) ||
+        took.number() > kMostScanSeconds) {
+      throw Damaged{};
+    }
+    scan.scanSeconds = took.number();
+  }
+  for (const JsonValue& b : list(line["boxes"])) scan.boxes.push_back(boxOf(b, scan.totalFrames));
+  for (const JsonValue& m : list(line["motion"])) {
+    scan.motion.push_back(motionOf(m, scan.totalFrames));
+    // The grouping into events takes the motion frames in ascending order.
+    const std::size_t n = scan.motion.size();
+    if (n > 1 && scan.motion[n - 1].frame <= scan.motion[n - 2].frame) {
+      throw Damaged{};
+    }
+  }
+  for (const JsonValue& e : list(line["events"])) {
+    scan.events.push_back(eventOf(e, static_cast<int>(scan.events.size()) + 1, scan.totalFrames));
+  }
+  return scan;
+}
+
+// At most this much of a refused name is repeated in the message.
+constexpr std::size_t kShownName = 80;
+
+// Why `name`, the file of `event` of `clip` as a journal gives it, is not one the scan writes;
+// empty when it is: exactly eventFileName's for that clip and event, with one of `extensions`.
+std::string nameFault(const std::string& name, const std::string& clip, int event,
+                      std::initializer_list<const char*> extensions) {
+  if (name.empty()) return {};
+  for (const char* extension : extensions) {
+    if (name == eventFileName(clip, event, extension)) return {};
+  }
+  const std::string shown = name.size() > kShownName ? name.substr(0, kShownName) + "..." : name;
+  const bool outside = name.find('/') != std::string::npos || name.find("..") != std::string::npos;
+  return (outside ? "the journal names a file outside its folder: "
+                  : "the journal names a file the scan does not write: ") +
+         shown;
 }
 
 }  // namespace
 
 std::optional<ClipScan> recordOf(const JsonValue& line) {
-  for (const char* key : {"clip", "opened", "ended", "TotalFrames", "boxes", "motion", "events",
-                          "dwMicroSecPerFrame", "size", "mtime_ns"}) {
-    if (!line.has(key)) return std::nullopt;
-  }
   ClipScan scan;
-  scan.clip = line["clip"].string();
-  scan.opened = line["opened"].boolean();
-  scan.broke = line["ended"].string() == "error";
-  scan.totalFrames = static_cast<int>(line["TotalFrames"].integer());
-  scan.microSecPerFrame = static_cast<std::uint32_t>(line["dwMicroSecPerFrame"].integer());
-  scan.stamp = {line["size"].integer(), line["mtime_ns"].integer()};
-  scan.scanSeconds = line["scan_s"].number();
-  for (const JsonValue& b : line["boxes"].array()) {
-    toolkit::MessageBoxRequest box;
-    box.text = b["text"].string();
-    box.icon =
-        b["icon"].string() == "critical" ? toolkit::MsgIcon::Critical : toolkit::MsgIcon::None;
-    if (!b["title"].isNull()) box.title = b["title"].string();
-    scan.boxes.push_back(std::move(box));
+  try {
+    scan = scanOf(line);
+  } catch (const Damaged&) {
+    return std::nullopt;
   }
-  for (const JsonValue& m : line["motion"].array()) {
-    scan.motion.push_back({static_cast<int>(m["frame"].integer()), cornersOf(m["marked"])});
+  for (const Event& e : scan.events) {
+    std::string fault = nameFault(e.thumbnail, scan.clip, e.number, {".jpg"});
+    if (fault.empty()) fault = nameFault(e.exported, scan.clip, e.number, {".hgv", ".wmv", ".mp4"});
+    if (fault.empty()) continue;
+    return refusedRecord(scan.clip, fault);
   }
-  for (const JsonValue& e : line["events"].array()) scan.events.push_back(eventOf(e));
+  return scan;
+}
+
+ClipScan refusedRecord(const std::string& clip, const std::string& why) {
+  ClipScan scan;
+  scan.clip = clip;
+  scan.microSecPerFrame = 100000;
+  scan.refused = why;
+  scan.boxes.push_back(toolkit::MessageBoxRequest::critical("its record was refused: " + why));
   return scan;
 }
 

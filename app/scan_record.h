@@ -17,8 +17,15 @@ namespace app {
 // The clip's whole line, without its line break.
 std::string recordLine(const ClipScan& scan);
 
-// The scan a line holds; nullopt for a line that is not a whole record.
+// The scan a line holds; nullopt for a line that is not a whole record, or whose numbers do not
+// fit their fields (a frame outside the clip, a negative count). A record that names a file other
+// than the one the scan writes for its event (a path, a link of a scheme) is not taken: its clip
+// comes back as a problem, not opened, with `refused` and a box saying why, and no stamp.
 std::optional<ClipScan> recordOf(const JsonValue& line);
+
+// A clip whose record was not taken, listed with `why`: not opened, with a box saying why, and no
+// stamp, so that --resume scans it again.
+ClipScan refusedRecord(const std::string& clip, const std::string& why);
 
 // The size and modification time of the file at `path`; size -1 when there is none.
 FileStamp stampOf(const std::string& path);

@@ -8,9 +8,11 @@
 #include <filesystem>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
+#include "app/json_value.h"
 
 namespace app {
 namespace {
@@ -65,7 +67,11 @@ std::string html(const std::string& s) {
   return out;
 }
 
-std::string csv(const std::string& s) {
+std::string csv(const std::string& text) {
+  // A cell a spreadsheet would take for a formula gets a quote in front, which it shows as text.
+  const bool formula =
+      !text.empty() && std::string_view("=+-@\t\r").find(text[0]) != std::string_view::npos;
+  const std::string s = formula ? "'" + text : text;
   if (s.find_first_of(",\"\r\n") == std::string::npos) return s;
   std::string out = "\"";
   for (char c : s) {
@@ -92,6 +98,15 @@ std::string corners(const std::vector<search::CellPoint>& marked) {
            std::to_string(marked[k].Y.value()) + "]";
   }
   return out + "]";
+}
+
+std::string hexOf(const std::string& bytes) {
+  std::string out;
+  for (unsigned char c : bytes) {
+    out += "0123456789abcdef"[c >> 4];
+    out += "0123456789abcdef"[c & 15];
+  }
+  return out;
 }
 
 std::string nullable(const std::string& name) { return name.empty() ? "null" : jsonString(name); }
@@ -171,8 +186,11 @@ std::string activityStrip(const ClipScan& scan) {
 std::string eventCard(const ClipScan& scan, const Event& e) {
   const double fd = scan.frameSeconds();
   std::string out = "<figure>";
-  const std::string target = !e.exported.empty() ? e.exported : e.thumbnail;
-  if (!e.thumbnail.empty()) {
+  // Only names of the scan's own shape: a relative file beside the page, never a path or a link
+  // of some scheme that a journal could have put there.
+  const bool exported = isEventFileName(e.exported);
+  const std::string target = exported ? e.exported : e.thumbnail;
+  if (isEventFileName(e.thumbnail)) {
     out += "<a href=\"" + html(target) + "\"><img src=\"" + html(e.thumbnail) + "\" alt=\"event " +
            std::to_string(e.number) + "\" loading=\"lazy\"></a>";
   }
@@ -183,7 +201,7 @@ std::string eventCard(const ClipScan& scan, const Event& e) {
          std::to_string(e.motionFrames) +
          (e.motionFrames == 1 ? " motion frame" : " motion frames") + ", frames " +
          std::to_string(e.startFrame + 1) + "&ndash;" + std::to_string(e.endFrame + 1);
-  if (!e.exported.empty()) out += " &middot; <a href=\"" + html(e.exported) + "\">clip</a>";
+  if (exported) out += " &middot; <a href=\"" + html(e.exported) + "\">clip</a>";
   return out + "</figcaption></figure>";
 }
 
@@ -294,7 +312,7 @@ std::string clockTime(double s) {
 }
 
 void printScanText(const ClipScan& scan, std::ostream& out) {
-  out << scan.clip << ": ";
+  out << terminalText(scan.clip) << ": ";
   if (!scan.opened) {
     out << "not opened";
   } else {
@@ -302,7 +320,7 @@ void printScanText(const ClipScan& scan, std::ostream& out) {
         << (scan.events.size() == 1 ? " event" : " events");
     if (scan.broke) out << ", stopped by an error";
   }
-  if (!scan.boxes.empty()) out << "\n  " << scanMessage(scan);
+  if (!scan.boxes.empty()) out << "\n  " << terminalText(scanMessage(scan));
   out << "\n";
   if (scan.events.empty()) return;
   out << "  event  start         end           duration\n";
@@ -329,15 +347,37 @@ bool write(toolkit::FileSystem& files, const std::string& path, const std::strin
   return true;
 }
 
+// At most this many runs of a box's frames are listed in its message; the rest are counted.
+constexpr std::size_t kListedRuns = 8;
+
+// " (frames 2-7, 11)", from 1 as the window numbers them.
+std::string framesText(const std::vector<FrameRun>& runs) {
+  if (runs.empty()) return {};
+  const bool one = runs.size() == 1 && runs[0].first == runs[0].last;
+  std::string out = one ? " (frame " : " (frames ";
+  for (std::size_t k = 0; k < runs.size() && k < kListedRuns; ++k) {
+    out += (k ? ", " : "") + std::to_string(runs[k].first + 1);
+    if (runs[k].last > runs[k].first) out += "-" + std::to_string(runs[k].last + 1);
+  }
+  if (runs.size() > kListedRuns) {
+    out += " and " + std::to_string(runs.size() - kListedRuns) + " more runs";
+  }
+  return out + ")";
+}
+
 }  // namespace
 
 std::string scanMessage(const ClipScan& scan) {
   std::string out;
-  for (const auto& box : scan.boxes) {
-    std::string text = box.text;
+  for (const ScanBox& box : scan.boxes) {
+    std::string text = box.box.text;
     for (std::size_t at; (at = text.find("\r\n")) != std::string::npos;) text.replace(at, 2, " ");
     for (char& c : text) {
       if (c == '\r' || c == '\n') c = ' ';
+    }
+    if (!box.frames.empty()) {
+      while (!text.empty() && text.back() == ' ') text.pop_back();
+      text += framesText(box.frames);
     }
     if (!out.empty()) out += " | ";
     out += text;
@@ -347,7 +387,9 @@ std::string scanMessage(const ClipScan& scan) {
 
 std::string scanJson(const ClipScan& scan) {
   const double fd = scan.frameSeconds();
+  // A path that is not UTF-8 is written as JSON can hold it, and its exact bytes beside it.
   std::string out = "{\"clip\": " + jsonString(scan.clip) +
+                    (isUtf8(scan.clip) ? "" : ", \"clip_bytes\": \"" + hexOf(scan.clip) + "\"") +
                     ", \"opened\": " + (scan.opened ? "true" : "false") + ", \"ended\": \"" +
                     ended(scan) + "\", \"TotalFrames\": " + std::to_string(scan.totalFrames) +
                     ", \"frame_rate\": " + seconds(1.0 / fd) +
@@ -382,7 +424,7 @@ std::string reportSummary(const std::vector<ClipScan>& scans, const std::string&
   for (const ClipScan& scan : scans) events += scan.events.size();
   return std::to_string(scans.size()) + (scans.size() == 1 ? " clip, " : " clips, ") +
          std::to_string(events) + (events == 1 ? " event" : " events") + ": " +
-         (std::filesystem::path(folder) / "index.html").string();
+         terminalText((std::filesystem::path(folder) / "index.html").string());
 }
 
 }  // namespace app
