@@ -1,0 +1,96 @@
+#include "fuzz/journal_fuzz.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "app/json_value.h"
+#include "app/scan_journal.h"
+#include "app/scan_record.h"
+#include "tests/support/memory_file_system.h"
+#include "toolkit/core/runtime_error.h"
+
+namespace fuzzing {
+namespace {
+
+void check(bool holds) {
+  if (!holds) std::abort();
+}
+
+// A value the JSON reader took holds finite numbers and UTF-8 strings only, at any depth.
+void checkValue(const app::JsonValue& value, int depth) {
+  check(depth <= 65);
+  if (value.kind() == app::JsonValue::Kind::Number) check(std::isfinite(value.number()));
+  if (value.kind() == app::JsonValue::Kind::String) check(app::isUtf8(value.string()));
+  for (const app::JsonValue& item : value.array()) checkValue(item, depth + 1);
+  for (const auto& [key, item] : value.members()) {
+    check(app::isUtf8(key));
+    checkValue(item, depth + 1);
+  }
+}
+
+bool inClip(int frame, const app::ClipScan& scan) { return frame >= 0 && frame < scan.totalFrames; }
+
+void checkRecord(const app::ClipScan& scan) {
+  check(!scan.clip.empty() && std::isfinite(scan.scanSeconds) && scan.scanSeconds >= 0);
+  check(scan.totalFrames >= 0 && (scan.opened || scan.totalFrames == 0));
+  if (!scan.refused.empty()) check(scan.events.empty() && scan.stamp.size == -1);
+  for (const app::ScanBox& box : scan.boxes) {
+    for (const app::FrameRun& run : box.frames) {
+      check(inClip(run.first, scan) && inClip(run.last, scan) && run.first <= run.last);
+    }
+  }
+  for (const app::MotionFrame& m : scan.motion) check(inClip(m.frame, scan));
+  for (const app::Event& e : scan.events) {
+    check(inClip(e.clipFrom, scan) && e.clipFrom <= e.startFrame && e.startFrame <= e.peakFrame &&
+          e.peakFrame <= e.endFrame && e.endFrame <= e.clipTo && inClip(e.clipTo, scan));
+    check(e.motionFrames >= 1 && e.peakCells >= 0);
+    check(e.thumbnail.empty() || e.thumbnail == app::eventFileName(scan.clip, e.number, ".jpg"));
+    check(e.exported.empty() || app::isEventFileName(e.exported));
+  }
+  // Written and read back, a record is itself again, and what is written is JSON.
+  const std::string line = app::recordLine(scan);
+  check(app::isUtf8(line));
+  const auto value = app::JsonValue::parse(line);
+  check(value.has_value());
+  const auto again = app::recordOf(*value);
+  check(again.has_value() && again->refused.empty());
+  check(again->clip == scan.clip && again->stamp == scan.stamp && app::recordLine(*again) == line);
+}
+
+}  // namespace
+
+void readJournalBytes(const std::uint8_t* data, std::size_t size) {
+  const std::string bytes(reinterpret_cast<const char*>(data), size);
+  for (std::size_t start = 0, end; start < bytes.size(); start = end + 1) {
+    end = bytes.find('\n', start);
+    if (end == std::string::npos) end = bytes.size();
+    if (const auto value =
+            app::JsonValue::parse(std::string_view(bytes).substr(start, end - start))) {
+      checkValue(*value, 0);
+    }
+  }
+  testing_support::MemoryFileSystem fs;
+  fs.files["/scan/scan.jsonl"].assign(data, data + size);
+  for (const app::ClipScan& scan : app::readJournal(fs, "/scan")) checkRecord(scan);
+  app::ScanJournal journal(fs, "/scan");
+  try {
+    journal.open(true);
+  } catch (const toolkit::RuntimeError&) {
+    std::abort();  // the file is in memory: nothing can fail
+  }
+  // What --resume keeps is whole lines, and no more than was there.
+  const std::vector<std::uint8_t>& kept = fs.files["/scan/scan.jsonl"];
+  check(kept.size() <= size && (kept.empty() || kept.back() == '\n'));
+  for (const std::string& clip : journal.clips()) check(!clip.empty());
+}
+
+}  // namespace fuzzing
+
+#ifdef HG_LIBFUZZER
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzzing::readJournalBytes(data, size);
+  return 0;
+}
+#endif
