@@ -13,7 +13,6 @@
 #include "app/hgvtool_support.h"
 #include "app/scan_record.h"
 #include "export/core/exports.h"
-#include "search/core/frame_decoder.h"
 #include "search/core/marks.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
@@ -34,6 +33,7 @@ bool isClipName(const std::filesystem::path& p) {
 void searchMotion(ToolSession& tool, const ScanOptions& options, ClipScan& scan,
                   ScanProgress* progress) {
   SearchOptions search;
+  search.budget = options.budget;
   search.area = options.area;
   search.sensitivity = options.sensitivity;
   search.all = true;
@@ -71,16 +71,17 @@ std::string writeThumbnail(ToolSession& tool, const ClipScan& scan, const Event&
   const auto peak = std::find_if(scan.motion.begin(), scan.motion.end(),
                                  [&](const MotionFrame& m) { return m.frame == event.peakFrame; });
   clip::SeparateMJPG& clip = tool.session().SeparateMJPG;
-  clip::Frame frame;
+  std::vector<std::uint8_t> jpeg;
   clip::readFrameBytes(*tool.platform().files.openRead(scan.clip), clip.placeOf(event.peakFrame),
-                       frame.jpeg);
-  search::FrameDecoder().decode(frame, 0);
-  const toolkit::RgbImage picture = search::markedPicture(frame, {});
-  if (picture.empty() || peak == scan.motion.end()) return {};
-  const toolkit::Size size = toolkit::fitWithin(picture.width, picture.height, kThumbnailWidth,
-                                                std::numeric_limits<int>::max());
-  toolkit::RgbImage thumb = toolkit::shrinkImage(picture, size.width, size.height);
-  search::drawMarks(thumb, peak->marked, static_cast<double>(thumb.width) / picture.width);
+                       jpeg);
+  toolkit::Size full;
+  const std::optional<toolkit::RgbImage> picture =
+      toolkit::decodeJpegCovering(jpeg, kThumbnailWidth, std::numeric_limits<int>::max(), full);
+  if (!picture || peak == scan.motion.end()) return {};
+  const toolkit::Size size =
+      toolkit::fitWithin(full.width, full.height, kThumbnailWidth, std::numeric_limits<int>::max());
+  toolkit::RgbImage thumb = toolkit::shrinkImage(*picture, size.width, size.height);
+  search::drawMarks(thumb, peak->marked, static_cast<double>(thumb.width) / full.width);
   const std::string name = eventFileName(scan.clip, event.number, ".jpg");
   writeBeside(options, name, toolkit::encodeJpeg(thumb, 90, toolkit::ChromaSubsampling::k444));
   return name;
@@ -141,28 +142,65 @@ void writeEventFiles(ToolSession& tool, ClipScan& scan, const ScanOptions& optio
 
 }  // namespace
 
-std::vector<std::string> findClips(const std::vector<std::string>& paths) {
-  std::vector<std::string> clips;
-  for (const std::string& path : paths) {
-    std::error_code ec;
-    if (!std::filesystem::is_directory(path, ec)) {
-      clips.push_back(path);
+namespace {
+
+// Walks one folder given: its entries are read whole before any subfolder is opened, so the walk
+// holds one open folder at a time, however deep it goes.
+void walkFolder(toolkit::FileSystem& files, const std::string& top, ClipList& list) {
+  std::vector<std::pair<std::string, int>> folders{{top, 0}};
+  while (!folders.empty()) {
+    const auto [folder, depth] = folders.back();
+    folders.pop_back();
+    if (depth > kMaxFolderDepth) {
+      list.problems[folder] = "the folder lies more than " + std::to_string(kMaxFolderDepth) +
+                              " levels deep: it was not searched";
       continue;
     }
-    std::vector<std::string> found;
-    const auto options = std::filesystem::directory_options::skip_permission_denied;
-    for (auto it = std::filesystem::recursive_directory_iterator(path, options, ec);
-         !ec && it != std::filesystem::recursive_directory_iterator(); it.increment(ec)) {
-      std::error_code typeError;
-      if (it->is_regular_file(typeError) && isClipName(it->path())) {
-        found.push_back(it->path().string());
+    std::vector<toolkit::FolderEntry> entries;
+    try {
+      entries = files.list(folder);
+    } catch (const toolkit::RuntimeError& e) {
+      list.problems[folder] = "cannot read the folder: " + e.description();
+      continue;
+    }
+    for (const toolkit::FolderEntry& entry : entries) {
+      const std::string path = folder + "/" + entry.name;
+      // Links to folders are not followed: a link back up would walk for ever.
+      if (entry.kind == toolkit::FileKind::Folder) {
+        folders.emplace_back(path, depth + 1);
+      } else if (isClipName(entry.name)) {
+        list.clips.push_back(path);
       }
     }
-    clips.insert(clips.end(), found.begin(), found.end());
   }
-  std::sort(clips.begin(), clips.end());
-  clips.erase(std::unique(clips.begin(), clips.end()), clips.end());
-  return clips;
+}
+
+}  // namespace
+
+ClipList findClips(toolkit::FileSystem& files, const std::vector<std::string>& paths) {
+  ClipList list;
+  for (const std::string& path : paths) {
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec)) {
+      walkFolder(files, path, list);
+    } else {
+      list.clips.push_back(path);
+    }
+  }
+  for (const auto& problem : list.problems) list.clips.push_back(problem.first);
+  std::sort(list.clips.begin(), list.clips.end());
+  list.clips.erase(std::unique(list.clips.begin(), list.clips.end()), list.clips.end());
+  return list;
+}
+
+ClipScan walkProblem(const std::string& path, const std::string& reason) {
+  ClipScan scan;
+  scan.clip = path;
+  // No stamp: a later --resume looks through the folder again.
+  scan.stamp = {};
+  scan.microSecPerFrame = 100000;
+  scan.boxes.push_back(toolkit::MessageBoxRequest::critical(reason));
+  return scan;
 }
 
 std::string eventFileName(const std::string& clip, int event, const std::string& extension) {

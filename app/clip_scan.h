@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -79,10 +80,24 @@ struct ClipScan {
   double durationSeconds() const { return totalFrames * frameSeconds(); }
 };
 
-// The clips among `paths`: a file as it is, a folder's ".hgv" files (any case) at any depth; all
-// sorted by path, each once. A path that does not exist is kept, so that it is reported as
-// refused.
-std::vector<std::string> findClips(const std::vector<std::string>& paths);
+// The clips among `paths`, and what could not be looked through.
+struct ClipList {
+  // A file as it is, a folder's ".hgv" names (any case) at any depth, whatever kind of file they
+  // are (a FIFO or device is refused when it is opened); all sorted by path, each once. A path
+  // that does not exist is kept, so that it is reported as refused.
+  std::vector<std::string> clips;
+  // Folders that could not be read or lie too deep, by path, with the reason; each is also among
+  // `clips`, to be reported with the clips that could not be opened.
+  std::map<std::string, std::string> problems;
+};
+
+// How deep a walk goes below a folder given; deeper folders are problems.
+inline constexpr int kMaxFolderDepth = 64;
+
+ClipList findClips(toolkit::FileSystem& files, const std::vector<std::string>& paths);
+
+// The scan of a path the walk could not look through: refused, with the walk's reason.
+ClipScan walkProblem(const std::string& path, const std::string& reason);
 
 // How far the scan of one clip is, read by another thread.
 struct ScanProgress {

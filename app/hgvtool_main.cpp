@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/hgvtool_commands.h"
+#include "app/hgvtool_support.h"
 #include "app/scan_command.h"
 #include "toolkit/core/resource_budget.h"
 
@@ -29,18 +30,8 @@ constexpr const char* kUsage =
     "       hgvtool thumbnail CLIP OUT.png SIZE\n"
     "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  if (argc < 2) {
-    std::cerr << kUsage;
-    return 2;
-  }
-  const std::string command = argv[1];
-  const app::Args args(argv + 2, argv + argc);
-  // The process's one budget of pictures in flight and threads.
-  toolkit::ResourceBudget budget(toolkit::ResourceBudget::kDefaultPictureBytes,
-                                 toolkit::ResourceBudget::machineThreads());
+// `budget`: the process's one budget of pictures in flight and threads.
+int run(const std::string& command, const app::Args& args, toolkit::ResourceBudget& budget) {
   if (command == "info") return app::runInfo(args, std::cout, std::cerr);
   if (command == "extract") return app::runExtract(args, std::cout, std::cerr);
   if (command == "pack") return app::runPack(args, std::cout, std::cerr);
@@ -61,4 +52,21 @@ int main(int argc, char** argv) {
   }
   std::cerr << "hgvtool: unknown command '" << command << "'\n" << kUsage;
   return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::cerr << kUsage;
+    return 2;
+  }
+  try {
+    toolkit::ResourceBudget budget(toolkit::ResourceBudget::kDefaultPictureBytes,
+                                   toolkit::ResourceBudget::machineThreads());
+    return run(argv[1], app::Args(argv + 2, argv + argc), budget);
+  } catch (const app::TempFolderError& e) {
+    std::cerr << "hgvtool: " << e.what() << "\n";
+    return 1;
+  }
 }

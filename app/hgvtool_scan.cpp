@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <mutex>
 #include <numeric>
 #include <ostream>
@@ -41,6 +42,8 @@ struct ScanCommand {
   bool json = false;
   bool resume = false;
   int shard = 1, shards = 1;
+  // The folders the walk could not look through, by path, with the reason.
+  std::map<std::string, std::string> problems;
 };
 
 bool parseDuration(const std::string& text, Duration& duration) {
@@ -244,8 +247,8 @@ void ScanRun::run(const std::vector<std::string>& clips, std::ostream& err,
                                          toolkit::ResourceBudget::machineThreads());
   // Clips side by side first, as many as the budget has threads (a larger --jobs is cut down to
   // them); the threads left over decode ahead inside each clip's search.
-  const toolkit::ThreadLease sideBySide(
-      *m_budget, std::min<int>(m_c.jobs, static_cast<int>(clips.size())));
+  const toolkit::ThreadLease sideBySide(*m_budget,
+                                        std::min<int>(m_c.jobs, static_cast<int>(clips.size())));
   const int jobs = std::max(1, sideBySide.count());
   const int threads = std::max(1, m_budget->threads() / jobs);
   m_scans.assign(clips.size(), {});
@@ -279,7 +282,9 @@ void ScanRun::work(const std::vector<std::string>& clips, const StopSignals& sig
       i = m_next++;
     }
     try {
-      finish(i, scanClip(clips[i], options, &m_progress[i]));
+      const auto problem = m_c.problems.find(clips[i]);
+      finish(i, problem != m_c.problems.end() ? walkProblem(clips[i], problem->second)
+                                              : scanClip(clips[i], options, &m_progress[i]));
     } catch (const ScanWriteError& e) {
       std::lock_guard lock(m_mutex);
       if (!m_failed.exchange(true)) m_writeError = e.what();
@@ -391,7 +396,13 @@ int runScan(const Args& args, std::ostream& out, std::ostream& err, const ScanEn
   toolkit::PosixFileSystem machine;
   ScanEnvironment env = given;
   if (!env.files) env.files = &machine;
-  const std::vector<std::string> clips = shareOf(findClips(c.paths), c.shard, c.shards);
+  if (const std::optional<std::string> problem = tempFolderProblem()) {
+    err << "hgvtool: " << *problem << "\n";
+    return 1;
+  }
+  ClipList found = findClips(*env.files, c.paths);
+  c.problems = std::move(found.problems);
+  const std::vector<std::string> clips = shareOf(found.clips, c.shard, c.shards);
   if (clips.empty()) {
     err << "hgvtool: no .hgv clips found\n";
     return 1;
@@ -410,6 +421,10 @@ int runScan(const Args& args, std::ostream& out, std::ostream& err, const ScanEn
     }
     std::erase_if(todo,
                   [&](const std::string& clip) { return journal->done(clip, stampOf(clip)); });
+    // A clip whose event files would replace another's is listed, not scanned.
+    for (const auto& [clip, other] : clipsSharingNames(todo, journal->clips())) {
+      c.problems[clip] = "not scanned: its event files would have the names of those of " + other;
+    }
   }
   StopSignals signals;
   ScanRun run(c, env, journal ? &*journal : nullptr, out);

@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <ostream>
 
@@ -19,9 +21,17 @@
 namespace app {
 namespace {
 
+// A folder of the session's own, made new under the temporary folder: its scratch files never
+// meet another process's, or a link someone planted under a name they could guess.
 std::string makeTempFolder() {
+  if (const std::optional<std::string> problem = tempFolderProblem())
+    throw TempFolderError(*problem);
   std::string pattern = (std::filesystem::temp_directory_path() / "hgvtool-XXXXXX").string();
-  if (!::mkdtemp(pattern.data())) return std::filesystem::temp_directory_path().string();
+  if (!::mkdtemp(pattern.data())) {
+    throw TempFolderError("cannot make a folder in the temporary folder \"" +
+                          std::filesystem::temp_directory_path().string() +
+                          "\": " + std::strerror(errno));
+  }
   return pattern;
 }
 
@@ -112,9 +122,16 @@ toolkit::RgbImage ToolSession::openedPicture() {
 
 ToolSession::~ToolSession() {
   std::error_code ec;
-  if (m_platform.programFolder != std::filesystem::temp_directory_path().string()) {
-    std::filesystem::remove_all(m_platform.programFolder, ec);
-  }
+  std::filesystem::remove_all(m_platform.programFolder, ec);
+}
+
+std::optional<std::string> tempFolderProblem() {
+  std::error_code ec;
+  const std::filesystem::path folder = std::filesystem::temp_directory_path(ec);
+  if (!ec) return std::nullopt;
+  const char* given = std::getenv("TMPDIR");
+  return "the temporary folder \"" + std::string(given ? given : folder.string()) +
+         "\" (TMPDIR) cannot be used: " + ec.message();
 }
 
 TerminalLine::TerminalLine(std::ostream& err) : m_err(err), m_on(::isatty(STDERR_FILENO) != 0) {}

@@ -6,6 +6,8 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -21,6 +23,15 @@
 #include "toolkit/core/rect.h"
 
 namespace app {
+
+// The temporary folder cannot hold a session's folder: TMPDIR names no folder, or it is full.
+class TempFolderError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Why no session folder can be made under the temporary folder; nullopt when one can.
+std::optional<std::string> tempFolderProblem();
 
 // Frames `first` to `last`, from 0.
 struct FrameRun {
@@ -44,8 +55,9 @@ struct ScanBox {
 void addFrame(std::vector<FrameRun>& runs, int frame);
 
 // A session of its own, as if the program had just started: a temporary program folder (removed
-// at the end), real files, the module state and the search's beside it at the values Form_Load
-// gives them, and boxes that go to `err` as they are shown and are kept for a JSON report.
+// at the end; TempFolderError when there is none), real files, the module state and the search's
+// beside it at the values Form_Load gives them, and boxes that go to `err` as they are shown and
+// are kept for a JSON report.
 class ToolSession {
  public:
   explicit ToolSession(std::ostream& err);

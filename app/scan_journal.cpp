@@ -42,6 +42,11 @@ ScanJournal::ScanJournal(toolkit::FileSystem& files, const std::string& folder)
 void ScanJournal::open(bool resume) {
   m_stamps.clear();
   m_length = 0;
+  // Someone else's link or FIFO planted in a shared folder is neither read nor written through.
+  const toolkit::FileKind there = m_files.kind(m_path);
+  if (there != toolkit::FileKind::None && there != toolkit::FileKind::Regular) {
+    toolkit::throwNotRegularFile();
+  }
   if (resume && m_files.exists(m_path)) {
     const std::string bytes = toolkit::readWholeFile(m_files, m_path);
     int damaged = 0;

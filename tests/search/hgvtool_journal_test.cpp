@@ -168,7 +168,7 @@ TEST_F(HgvtoolJournalTest, AFullDiskEndsTheScanAndResumeGoesOnFromItsJournal) {
 
 TEST_F(HgvtoolJournalTest, ShardsJoinedGiveTheReportOfOneScan) {
   const std::string want = reference();
-  const std::vector<std::string> clips = app::findClips({folder});
+  const std::vector<std::string> clips = app::findClips(m_files, {folder}).clips;
   for (int shards : {1, 2, 3}) {
     SCOPED_TRACE(shards);
     app::Args folders = {file("joined-" + std::to_string(shards))};
