@@ -15,11 +15,6 @@
 namespace app {
 namespace {
 
-// A picture whose whole takes more than this is decoded at the smallest DCT scale that still
-// covers the thumbnail: the file manager asks for many at once and waits for each. Every
-// camera's picture up to 4K UHD is below it, and its thumbnail is made from the whole picture.
-constexpr std::int64_t kWholePictureBytes = std::int64_t{32} << 20;
-
 // The thumbnail of "Temp.jpg" as the window's LoadPicture takes it, a bitmap file or a JPEG,
 // made from as much of the picture as it needs. Raises "Invalid picture" when there is none;
 // `tooCostly` says when the JPEG was refused.
@@ -30,16 +25,11 @@ toolkit::RgbImage thumbnailOf(std::span<const std::uint8_t> file, int side, bool
     picture = toolkit::decodeBmp(file);
     if (picture) fit = toolkit::fitWithin(picture->width, picture->height, side, side);
   } else {
-    int eighths = 8;
-    if (const std::optional<toolkit::JpegCost> cost = toolkit::jpegCost(file)) {
-      fit = toolkit::fitWithin(cost->width, cost->height, side, side);
-      if (std::int64_t{cost->width} * cost->height * 3 > kWholePictureBytes) {
-        eighths = toolkit::coveringEighths(cost->width, cost->height, fit.width, fit.height);
-      }
-    }
     toolkit::JpegFailure failure = toolkit::JpegFailure::Undecodable;
-    picture = toolkit::decodeJpegScaled(file, eighths, &failure);
+    toolkit::Size full;
+    picture = toolkit::decodeJpegCovering(file, side, side, full, &failure);
     tooCostly = !picture && failure == toolkit::JpegFailure::TooCostly;
+    fit = toolkit::fitWithin(full.width, full.height, side, side);
   }
   if (!picture) throw toolkit::RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
   return toolkit::shrinkImage(*picture, fit.width, fit.height);

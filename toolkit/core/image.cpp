@@ -98,6 +98,20 @@ int coveringEighths(int width, int height, int coverWidth, int coverHeight) {
   return 8;
 }
 
+std::optional<RgbImage> decodeJpegCovering(std::span<const std::uint8_t> bytes, int boxWidth,
+                                           int boxHeight, Size& full, JpegFailure* failure) {
+  int eighths = 8;
+  full = {};
+  if (const std::optional<JpegCost> cost = jpegCost(bytes)) {
+    full = {cost->width, cost->height};
+    if (std::int64_t{cost->width} * cost->height * 3 > kWholePictureBytes) {
+      const Size fit = fitWithin(cost->width, cost->height, boxWidth, boxHeight);
+      eighths = coveringEighths(cost->width, cost->height, fit.width, fit.height);
+    }
+  }
+  return decodeJpegScaled(bytes, eighths, failure);
+}
+
 std::vector<std::uint8_t> encodeJpeg(const RgbImage& image, int quality,
                                      ChromaSubsampling subsampling) {
   TjHandle tj(tjInitCompress());

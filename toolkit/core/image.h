@@ -98,6 +98,15 @@ struct Size {
 };
 Size fitWithin(int pictureWidth, int pictureHeight, int width, int height);
 
+// A picture that is to be shrunk to fit `boxWidth` x `boxHeight`: the whole picture when it takes
+// at most kWholePictureBytes, else decoded at the fewest eighths that still cover what it shrinks
+// to, so that a thumbnail of a huge picture costs neither its memory nor its time. `full` gets
+// the whole picture's size, which the thumbnail's size and scale go by.
+inline constexpr std::int64_t kWholePictureBytes = std::int64_t{32} << 20;
+std::optional<RgbImage> decodeJpegCovering(std::span<const std::uint8_t> bytes, int boxWidth,
+                                           int boxHeight, Size& full,
+                                           JpegFailure* failure = nullptr);
+
 // Reads uncompressed 8-bit (palette), 24-bit and 32-bit bitmaps, bottom-up or top-down.
 std::optional<RgbImage> decodeBmp(std::span<const std::uint8_t> bytes);
 
