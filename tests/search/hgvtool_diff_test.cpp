@@ -15,16 +15,13 @@
 namespace search {
 namespace {
 
+using testing_support::ToolRun;
+
 using testing_support::TempDir;
 using testing_support::writeBytes;
 using toolkit::kFalse;
 using toolkit::kTrue;
 using Bytes = std::vector<std::uint8_t>;
-
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
 
 ToolRun diff(const app::Args& args) {
   std::ostringstream out, err;

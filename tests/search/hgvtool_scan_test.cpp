@@ -16,26 +16,13 @@
 
 namespace {
 
+using testing_support::lines;
+using testing_support::text;
+using testing_support::ToolRun;
+
 using app::JsonValue;
 using testing_support::readBytes;
 using testing_support::Square;
-
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
-
-std::vector<std::string> lines(const std::string& text) {
-  std::vector<std::string> out;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) out.push_back(line);
-  return out;
-}
-
-std::string text(const std::string& path) {
-  const auto bytes = readBytes(path);
-  return {bytes.begin(), bytes.end()};
-}
 
 JsonValue json(const std::string& text) {
   const auto value = JsonValue::parse(text);

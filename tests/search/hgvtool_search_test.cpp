@@ -8,13 +8,10 @@
 
 namespace {
 
+using testing_support::ToolRun;
+
 using testing_support::readBytes;
 using testing_support::Square;
-
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
 
 class HgvtoolSearchTest : public testing_support::WindowFixture {
  protected:

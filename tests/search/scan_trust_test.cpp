@@ -14,29 +14,16 @@
 
 namespace {
 
+using testing_support::lines;
+using testing_support::text;
+using testing_support::ToolRun;
+
 namespace fs = std::filesystem;
 using app::JsonValue;
 using testing_support::readBytes;
 
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
-
-std::string text(const std::string& path) {
-  const auto bytes = readBytes(path);
-  return {bytes.begin(), bytes.end()};
-}
-
 void put(const std::string& path, const std::string& content) {
   testing_support::writeBytes(path, std::vector<std::uint8_t>(content.begin(), content.end()));
-}
-
-std::vector<std::string> lines(const std::string& s) {
-  std::vector<std::string> out;
-  std::istringstream in(s);
-  for (std::string line; std::getline(in, line);) out.push_back(line);
-  return out;
 }
 
 // `line` with the first value of `"key": "..."` replaced by `value`.

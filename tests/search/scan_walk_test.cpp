@@ -18,13 +18,10 @@
 
 namespace {
 
+using testing_support::ToolRun;
+
 namespace fs = std::filesystem;
 using testing_support::readBytes;
-
-struct ToolRun {
-  int status;
-  std::string out, err;
-};
 
 // The first message of each clip of events.json that was refused, by the clip's path.
 std::map<std::string, std::string> refusals(const std::string& eventsJsonPath) {

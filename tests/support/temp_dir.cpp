@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace testing_support {
@@ -23,6 +24,18 @@ TempDir::~TempDir() {
 std::vector<std::uint8_t> readBytes(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::string text(const std::string& path) {
+  const std::vector<std::uint8_t> bytes = readBytes(path);
+  return {bytes.begin(), bytes.end()};
+}
+
+std::vector<std::string> lines(const std::string& text) {
+  std::vector<std::string> out;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) out.push_back(line);
+  return out;
 }
 
 void writeBytes(const std::string& path, const std::vector<std::uint8_t>& bytes) {

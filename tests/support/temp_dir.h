@@ -22,6 +22,15 @@ class TempDir {
 };
 
 std::vector<std::uint8_t> readBytes(const std::string& path);
+// A file's bytes as text, and a text's lines without their breaks.
+std::string text(const std::string& path);
+std::vector<std::string> lines(const std::string& text);
+
+// What an hgvtool command run in the test's process returned and printed.
+struct ToolRun {
+  int status;
+  std::string out, err;
+};
 void writeBytes(const std::string& path, const std::vector<std::uint8_t>& bytes);
 // The names of the temporary files (".part") a write left in `folder`; none after any write.
 std::vector<std::string> temporariesIn(const std::string& folder);
