@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds one libFuzzer target with clang and runs it, starting from the seeds its replay test
-# writes. Usage: fuzz/run.sh TARGET [SECONDS]   (TARGET: clip_reader)
+# writes. Usage: fuzz/run.sh TARGET [SECONDS]
+# TARGET: clip_reader, jpeg_frame, handover_request or journal.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 target=${1:?usage: fuzz/run.sh TARGET [SECONDS]}
