@@ -7,11 +7,11 @@
 
 #include "app/window_start.h"
 #include "review/session.h"
-#include "skin/windows.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/program_folder.h"
 #include "toolkit/widgets/host.h"
 #include "toolkit/widgets/instance_link.h"
+#include "window/windows.h"
 
 namespace {
 
@@ -73,7 +73,7 @@ int main(int argc, char* argv[]) {
   host.onAllFormsUnloaded = [] { QCoreApplication::quit(); };
 
   review::Session session(platform);
-  skin::Windows windows(host, session);
+  window::Windows windows(host, session);
   windows.Form1.Show();
   if (host.Forms().empty()) return 0;
 

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "skin/form1.h"
 #include "toolkit/core/hand_over_request.h"
 #include "toolkit/widgets/instance_link.h"
+#include "window/form1.h"
 
 namespace app {
 namespace {
@@ -83,14 +83,14 @@ std::optional<WindowStart> readHandOverRequest(const std::vector<std::string>& r
   return start;
 }
 
-void answerRequest(skin::Form1& form, const std::vector<std::string>& request) {
+void answerRequest(window::Form1& form, const std::vector<std::string>& request) {
   const std::optional<WindowStart> start = readHandOverRequest(request);
   if (!start) return;
   form.BringToFront();
   if (start->clip) form.OpenFromOutside(*start->clip, start->frame);
 }
 
-void openAtStart(skin::Form1& form, const WindowStart& start) {
+void openAtStart(window::Form1& form, const WindowStart& start) {
   if (start.clip) form.OpenFromOutside(*start.clip, start.frame);
 }
 

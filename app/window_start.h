@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace skin {
+namespace window {
 class Form1;
 }
 
@@ -37,10 +37,10 @@ std::vector<std::string> handOverRequest(const WindowStart& start);
 std::optional<WindowStart> readHandOverRequest(const std::vector<std::string>& request);
 // Does what a later start asked: the window comes to the front and opens its clip when the folder
 // button next would. Anything readHandOverRequest refuses is ignored.
-void answerRequest(skin::Form1& form, const std::vector<std::string>& request);
+void answerRequest(window::Form1& form, const std::vector<std::string>& request);
 
 // The clip of the command line, opened as the folder button opens a chosen file.
-void openAtStart(skin::Form1& form, const WindowStart& start);
+void openAtStart(window::Form1& form, const WindowStart& start);
 
 // A later start: hands `start` to the running window listening at `socketPath`. The exit status
 // for this start: 0 when the window took it, 1 with a message on stderr when it did not answer or

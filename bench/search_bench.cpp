@@ -33,13 +33,13 @@
 #include "search/core/analyse_bmp.h"
 #include "search/core/cell_sums.h"
 #include "search/core/frame_decoder.h"
-#include "skin/windows.h"
 #include "toolkit/converters/jpg_to_bmp.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/widgets/testing.h"
 #include "toolkit/writers/synthetic_scene.h"
+#include "window/windows.h"
 
 namespace {
 
@@ -191,8 +191,8 @@ class Bench {
   Figures runDriver(const std::filesystem::path& folder, int threads) {
     toolkit::testing::TestHost host(folder.string());
     review::Session session(host.platform);
-    skin::Windows windows(host.host, session);
-    skin::Form1& form = windows.Form1;
+    window::Windows windows(host.host, session);
+    window::Form1& form = windows.Form1;
     form.setDecodeThreads(threads);
     form.Show();
     host.dialogs.answer(m_clipPath);

@@ -17,14 +17,14 @@
 #include <string>
 #include <vector>
 
+#include "clip/clip_writer.h"
 #include "review/session.h"
-#include "skin/windows.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
 #include "toolkit/widgets/picture.h"
 #include "toolkit/widgets/testing.h"
-#include "clip/clip_writer.h"
 #include "toolkit/writers/synthetic_scene.h"
+#include "window/windows.h"
 
 namespace {
 
@@ -70,7 +70,7 @@ class Bench {
   }
 
   // Playback from frame 0 to the end: each tick, then the repaint the event loop makes.
-  static double playPass(skin::Form1& form) {
+  static double playPass(window::Form1& form) {
     form.imgBegin_Click();
     QApplication::processEvents();
     form.imgRightPlay_Click();
@@ -84,8 +84,8 @@ class Bench {
 
   Figures run() {
     review::Session session(m_host.platform);
-    skin::Windows windows(m_host.host, session);
-    skin::Form1& form = windows.Form1;
+    window::Windows windows(m_host.host, session);
+    window::Form1& form = windows.Form1;
     form.Show();
     m_host.dialogs.answer(m_clip);
     form.imgFile_Click();
@@ -111,7 +111,7 @@ class Bench {
 
  private:
   // Each part of a tick alone, over the same frames.
-  void sections(skin::Form1& form, Figures& f) {
+  void sections(window::Form1& form, Figures& f) {
     auto& clip = form.SeparateMJPG;
     const auto time = [](double& best, const auto& work) {
       const auto start = Clock::now();

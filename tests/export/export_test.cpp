@@ -8,11 +8,11 @@
 #include "app/hgvtool_commands.h"
 #include "clip/clip_writer.h"
 #include "export/core/exports.h"
-#include "skin/frm_export_video.h"
-#include "skin/frm_wait.h"
 #include "tests/support/faulty_file_system.h"
 #include "tests/support/media_facts.h"
 #include "tests/support/window_fixture.h"
+#include "window/frm_export_video.h"
+#include "window/frm_wait.h"
 
 namespace {
 
@@ -29,15 +29,15 @@ using Bytes = std::vector<std::uint8_t>;
 
 class ExportTest : public testing_support::WindowFixture {
  protected:
-  skin::frmExportVideo& dialog() { return m_windows->frmExportVideo; }
-  skin::frmWait& wait() { return m_windows->frmWait; }
-  skin::Form1& openClip(int frames, int width = 160, int height = 120) {
+  window::frmExportVideo& dialog() { return m_windows->frmExportVideo; }
+  window::frmWait& wait() { return m_windows->frmWait; }
+  window::Form1& openClip(int frames, int width = 160, int height = 120) {
     start();
     open(makeClip("clip.HGV", frames, width, height));
     return form();
   }
   // Save, the option, a destination from the save dialog, export.
-  void exportAs(void (skin::frmExportVideo::*option)(), const std::string& destination) {
+  void exportAs(void (window::frmExportVideo::*option)(), const std::string& destination) {
     form().imgSave_Click();
     (dialog().*option)();
     m_host.dialogs.answer(destination);
@@ -57,12 +57,12 @@ class ExportTest : public testing_support::WindowFixture {
 };
 
 TEST_F(ExportTest, TheDialogOpensAtItsDefaultsAndRewritesTheExtensionOnTheWholePath) {
-  skin::Form1& f = openClip(3);
+  window::Form1& f = openClip(3);
   f.imgRightPlay_Click();
   f.imgSave_Click();
   EXPECT_FALSE(f.tmrControlDisplay->running()) << "playback stops first";
   EXPECT_FALSE(f.Enabled);
-  skin::frmExportVideo& d = dialog();
+  window::frmExportVideo& d = dialog();
   EXPECT_TRUE(d.Visible);
   EXPECT_TRUE(d.optJPG->Value);
   EXPECT_EQ(d.lblExportAddress->Caption(), "");
@@ -132,14 +132,14 @@ TEST_F(ExportTest, SaveDoesNothingWithoutAClipOrDuringASearch) {
 TEST_F(ExportTest, TheJpegIsTheStoredFrameWhateverTheViewShowsAndReplacesALongerFile) {
   start();
   open(sceneClip("scene.HGV", 6, {{320, 160, 48, 3, 6}}));
-  skin::Form1& f = form();
+  window::Form1& f = form();
   f.imgRightSearch_Click();
   ASSERT_EQ(f.MarkedPictureShowing, kTrue);
   f.imgZoomIn_Click();
   f.imgZoomIn_Click();
   const std::string destination = file("frame.jpg");
   writeBytes(destination, Bytes(jpegOf(3).size() * 3, 0x55));
-  exportAs(&skin::frmExportVideo::optJPG_Click, destination);
+  exportAs(&window::frmExportVideo::optJPG_Click, destination);
   EXPECT_EQ(readBytes(destination), jpegOf(3));
   ASSERT_EQ(boxes().size(), 1u);
   EXPECT_EQ(boxes()[0].text, "Image File Successfully Created");
@@ -150,9 +150,9 @@ TEST_F(ExportTest, TheJpegIsTheStoredFrameWhateverTheViewShowsAndReplacesALonger
 }
 
 TEST_F(ExportTest, ASubClipHoldsTheRunsFramesByteForByte) {
-  skin::Form1& f = openClip(240);
+  window::Form1& f = openClip(240);
   // From the first frame: 200 frames, 0 to 199.
-  exportAs(&skin::frmExportVideo::optSave200HGV_Click, file("first.hgv"));
+  exportAs(&window::frmExportVideo::optSave200HGV_Click, file("first.hgv"));
   ASSERT_EQ(boxes().size(), 1u);
   EXPECT_EQ(boxes()[0].text, "Harrowglen Video File Successfully Created");
   EXPECT_EQ(boxes()[0].title, std::optional<std::string>("Save"));
@@ -169,7 +169,7 @@ TEST_F(ExportTest, ASubClipHoldsTheRunsFramesByteForByte) {
   // With 37 frames left, 200 asked: 37.
   for (int i = 0; i < 203; ++i) f.imgRightStep_Click();
   ASSERT_EQ(clipModule().ExtractedFrame, toolkit::Long(203));
-  exportAs(&skin::frmExportVideo::optSave200HGV_Click, file("tail.hgv"));
+  exportAs(&window::frmExportVideo::optSave200HGV_Click, file("tail.hgv"));
   ClipFacts tail = readClip(file("tail.hgv"), m_dir.file("reader"));
   ASSERT_EQ(tail.frames.size(), 37u);
   for (int i = 0; i < 37; ++i) EXPECT_EQ(tail.frames[i], jpegOf(203 + i)) << i;
@@ -177,7 +177,7 @@ TEST_F(ExportTest, ASubClipHoldsTheRunsFramesByteForByte) {
   // From the middle, 50.
   f.imgBegin_Click();
   for (int i = 0; i < 100; ++i) f.imgRightStep_Click();
-  exportAs(&skin::frmExportVideo::optSave50HGV_Click, file("middle.hgv"));
+  exportAs(&window::frmExportVideo::optSave50HGV_Click, file("middle.hgv"));
   ClipFacts middle = readClip(file("middle.hgv"), m_dir.file("reader"));
   ASSERT_EQ(middle.frames.size(), 50u);
   EXPECT_EQ(middle.frames.front(), jpegOf(100));
@@ -185,7 +185,7 @@ TEST_F(ExportTest, ASubClipHoldsTheRunsFramesByteForByte) {
 
   // From the last frame: that one frame, never wrapping to the start.
   f.imgEnd_Click();
-  exportAs(&skin::frmExportVideo::optSave100HGV_Click, file("last.hgv"));
+  exportAs(&window::frmExportVideo::optSave100HGV_Click, file("last.hgv"));
   ClipFacts last = readClip(file("last.hgv"), m_dir.file("reader"));
   ASSERT_EQ(last.frames.size(), 1u);
   EXPECT_EQ(last.frames[0], jpegOf(239));
@@ -194,7 +194,7 @@ TEST_F(ExportTest, ASubClipHoldsTheRunsFramesByteForByte) {
 }
 
 TEST_F(ExportTest, AVideoGoesThroughTheWaitWindowAndReadsBackAsWmv) {
-  skin::Form1& f = openClip(60, 161, 121);
+  window::Form1& f = openClip(60, 161, 121);
   for (int i = 0; i < 20; ++i) f.imgRightStep_Click();
   f.imgSave_Click();
   dialog().optSave50WMV_Click();
@@ -228,7 +228,7 @@ TEST_F(ExportTest, AVideoGoesThroughTheWaitWindowAndReadsBackAsWmv) {
 TEST_F(ExportTest, AFolderThatCannotBeWrittenGivesOneBoxAndNoFile) {
   openClip(3);
   const std::string destination = file("no-such-folder/a.jpg");
-  exportAs(&skin::frmExportVideo::optJPG_Click, destination);
+  exportAs(&window::frmExportVideo::optJPG_Click, destination);
   ASSERT_EQ(boxes().size(), 1u);
   EXPECT_EQ(boxes()[0].text,
             "Could not write \"" + destination + "\".\r\nError:76\r\nPath not found");
@@ -238,7 +238,7 @@ TEST_F(ExportTest, AFolderThatCannotBeWrittenGivesOneBoxAndNoFile) {
 
   // The same for a video, after the tick.
   const std::string video = file("no-such-folder/a.wmv");
-  exportAs(&skin::frmExportVideo::optSave50WMV_Click, video);
+  exportAs(&window::frmExportVideo::optSave50WMV_Click, video);
   wait().tmrWMV->tick();
   ASSERT_EQ(boxes().size(), 2u);
   EXPECT_EQ(boxes()[1].text, "Could not write \"" + video + "\".\r\nError:76\r\nPath not found");
@@ -248,7 +248,7 @@ TEST_F(ExportTest, AFolderThatCannotBeWrittenGivesOneBoxAndNoFile) {
 TEST_F(ExportTest, TheOpenClipIsNeverADestination) {
   openClip(3);
   const Bytes before = readBytes(state().ClipFileName);
-  exportAs(&skin::frmExportVideo::optSave50HGV_Click, state().ClipFileName);
+  exportAs(&window::frmExportVideo::optSave50HGV_Click, state().ClipFileName);
   ASSERT_EQ(boxes().size(), 1u);
   EXPECT_EQ(boxes()[0].text, "\"" + state().ClipFileName +
                                  "\" is the clip on show and cannot be replaced by an export."

@@ -35,7 +35,7 @@ TEST_F(OpenTest, TheFirstClipLargerThanTheViewFillsItWithFrameZero) {
   start();
   const std::string path = makeClip("garden.HGV", 5);
   open(path);
-  skin::Form1& f = form();
+  window::Form1& f = form();
   EXPECT_TRUE(boxes().empty());
   EXPECT_EQ(state().ClipOpen, kTrue);
   EXPECT_EQ(state().ClipFileName, path);
@@ -65,7 +65,7 @@ TEST_F(OpenTest, TheFirstClipLargerThanTheViewFillsItWithFrameZero) {
 TEST_F(OpenTest, AFirstClipThatFitsStandsAtItsNaturalSizeAndStillHasASourceSize) {
   start();
   open(makeClip("small.HGV", 3, 320, 240));
-  skin::Form1& f = form();
+  window::Form1& f = form();
   EXPECT_EQ(f.FirstClipPending, kTrue) << "the next opening takes the first way again";
   EXPECT_EQ(f.picShowAVI->widthTwips(), 320 * 15.0f);
   EXPECT_EQ(state().PictureWidth, Long(320 * 15));
@@ -87,7 +87,7 @@ TEST_F(OpenTest, AFirstClipThatFitsStandsAtItsNaturalSizeAndStillHasASourceSize)
 TEST_F(OpenTest, CancelOrAShortNameChangesNothingAndPlaybackGoesOn) {
   start();
   open(makeClip("a.HGV", 6));
-  skin::Form1& f = form();
+  window::Form1& f = form();
   f.imgRightPlay_Click();
   f.tmrControlDisplay->tick();
   for (const char* answer : {"", "ab"}) {
@@ -103,7 +103,7 @@ TEST_F(OpenTest, CancelOrAShortNameChangesNothingAndPlaybackGoesOn) {
 TEST_F(OpenTest, ARefusedFileAfterAGoodClipLeavesTheFrameDead) {
   start();
   open(makeClip("good.HGV", 4));
-  skin::Form1& f = form();
+  window::Form1& f = form();
   f.imgRightStep_Click();
   const QImage before = visibleView();
   const std::string bad = file("bad.HGV");
@@ -126,7 +126,7 @@ TEST_F(OpenTest, ARefusedFileAfterAGoodClipLeavesTheFrameDead) {
 
 TEST_F(OpenTest, AClipWhoseScanFindsNoFrameSaysSoOnceAndIsNoClipToTheButtons) {
   start();
-  skin::Form1& f = form();
+  window::Form1& f = form();
   clip::ClipLayout layout;
   layout.width = 640;
   layout.height = 480;
@@ -181,7 +181,7 @@ TEST_F(OpenTest, RunTimeErrorsGetTheBoxOfTheOpenHandler) {
 
 TEST_F(OpenTest, ALaterOpeningEndsAZoomAPlaybackAndAResult) {
   start();
-  skin::Form1& f = form();
+  window::Form1& f = form();
   open(makeClip("first.HGV", 5));
   f.imgZoomIn_Click();
   f.imgZoomIn_Click();
@@ -212,7 +212,7 @@ TEST_F(OpenTest, ALaterOpeningEndsAZoomAPlaybackAndAResult) {
 
 TEST_F(OpenTest, ALaterOpeningAfterAZoomOutToTheFitOnlyEndsTheZoomPath) {
   start();
-  skin::Form1& f = form();
+  window::Form1& f = form();
   open(makeClip("first.HGV", 2));
   f.imgZoomIn_Click();
   f.imgZoomOut_Click();
@@ -226,7 +226,7 @@ TEST_F(OpenTest, ALaterOpeningAfterAZoomOutToTheFitOnlyEndsTheZoomPath) {
 
 TEST_F(OpenTest, NothingOpensDuringASearchOrWhileTheSearchBoxIsPlaced) {
   start();
-  skin::Form1& f = form();
+  window::Form1& f = form();
   const std::string first = makeClip("first.HGV", 2);
   open(first);
   const std::string second = makeClip("second.HGV", 3);

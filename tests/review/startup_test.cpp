@@ -3,10 +3,10 @@
 #include <filesystem>
 
 #include "review/session.h"
-#include "skin/windows.h"
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/image.h"
 #include "toolkit/widgets/testing.h"
+#include "window/windows.h"
 
 namespace {
 
@@ -23,8 +23,8 @@ class StartupTest : public ::testing::Test {
     m_host.host.onAllFormsUnloaded = [this] { ++m_ends; };
   }
 
-  skin::Form1& start() {
-    m_windows = std::make_unique<skin::Windows>(m_host.host, m_session);
+  window::Form1& start() {
+    m_windows = std::make_unique<window::Windows>(m_host.host, m_session);
     m_windows->Form1.Show();
     return m_windows->Form1;
   }
@@ -40,12 +40,12 @@ class StartupTest : public ::testing::Test {
   testing_support::TempDir m_dir;
   toolkit::testing::TestHost m_host{m_dir.path()};
   review::Session m_session{m_host.platform};
-  std::unique_ptr<skin::Windows> m_windows;
+  std::unique_ptr<window::Windows> m_windows;
   int m_ends = 0;
 };
 
 TEST_F(StartupTest, FormLoadLeavesTheStartingState) {
-  skin::Form1& form = start();
+  window::Form1& form = start();
   EXPECT_TRUE(form.loaded());
   EXPECT_TRUE(form.Visible);
   EXPECT_EQ(form.Caption(), "Harrowglen 1.0");
@@ -78,7 +78,7 @@ TEST_F(StartupTest, FormLoadLeavesTheStartingState) {
 TEST_F(StartupTest, TheInterfaceBitmapGoesIntoAHiddenBoxNamedPic) {
   toolkit::RgbImage rgb{4, 3, std::vector<std::uint8_t>(36, 90)};
   testing_support::writeBytes(file("Harrowglen Interface.BMP"), toolkit::encodeBmp24(rgb));
-  skin::Form1& form = start();
+  window::Form1& form = start();
   ASSERT_EQ(form.control("pic"), form.pic);
   ASSERT_NE(form.pic, nullptr);
   EXPECT_FALSE(form.pic->Visible);
@@ -89,7 +89,7 @@ TEST_F(StartupTest, TheInterfaceBitmapGoesIntoAHiddenBoxNamedPic) {
 TEST_F(StartupTest, AMissingOrBrokenInterfaceBitmapStartsAsUsual) {
   for (bool broken : {false, true}) {
     if (broken) touch("Harrowglen Interface.BMP");
-    skin::Form1& form = start();
+    window::Form1& form = start();
     EXPECT_TRUE(form.Visible) << broken;
     EXPECT_TRUE(form.pic->Picture().empty()) << broken;
     EXPECT_FALSE(form.lblImageID->Visible) << broken;
@@ -102,7 +102,7 @@ TEST_F(StartupTest, AMissingOrBrokenInterfaceBitmapStartsAsUsual) {
 TEST_F(StartupTest, ASecondCopyEndsSilentlyAndLeavesTheRunningCopysFilesAlone) {
   leaveScratchFiles();
   m_host.instances.setAnotherRunning(true);
-  skin::Form1& form = start();
+  window::Form1& form = start();
   EXPECT_FALSE(form.loaded());
   EXPECT_FALSE(form.Visible);
   EXPECT_TRUE(m_host.host.Forms().empty());
@@ -115,7 +115,7 @@ TEST_F(StartupTest, ASecondCopyEndsSilentlyAndLeavesTheRunningCopysFilesAlone) {
 
 TEST_F(StartupTest, ClosingTheWindowRemovesTheScratchFilesAndEndsTheProgram) {
   leaveScratchFiles();
-  skin::Form1& form = start();
+  window::Form1& form = start();
   m_session.OpenSaveFile.CurrentFrameFile = file("Temp.jpg");
   form.window()->close();
   EXPECT_FALSE(form.loaded());
@@ -128,7 +128,7 @@ TEST_F(StartupTest, ClosingTheWindowRemovesTheScratchFilesAndEndsTheProgram) {
 
 TEST_F(StartupTest, ClosingWithNoFrameEverShownDeletesOnlyTheBitmaps) {
   leaveScratchFiles();
-  skin::Form1& form = start();
+  window::Form1& form = start();
   form.window()->close();
   EXPECT_TRUE(exists("Temp.jpg")) << "CurrentFrameFile is empty";
   EXPECT_FALSE(exists("1.bmp"));
@@ -136,7 +136,7 @@ TEST_F(StartupTest, ClosingWithNoFrameEverShownDeletesOnlyTheBitmaps) {
 }
 
 TEST_F(StartupTest, ClosingTakesDownTheOpenDialogs) {
-  skin::Form1& form = start();
+  window::Form1& form = start();
   m_windows->frmExportVideo.Show();
   m_windows->frmSetting.Show();
   ASSERT_EQ(m_host.host.Forms().size(), 3u);
@@ -149,7 +149,7 @@ TEST_F(StartupTest, ClosingTakesDownTheOpenDialogs) {
 
 TEST_F(StartupTest, ClosingDuringASearchOnlyAsksTheSearchToShutDown) {
   leaveScratchFiles();
-  skin::Form1& form = start();
+  window::Form1& form = start();
   m_session.OpenSaveFile.CurrentFrameFile = file("Temp.jpg");
   form.SearchingBack = kTrue;
   form.window()->close();

@@ -27,12 +27,12 @@ TEST(DrawRectangleTest, ANewClipGetsMarginsOfTheViewAndTheSameSharesOfThePicture
 
 class SearchAreaTest : public testing_support::WindowFixture {
  protected:
-  skin::Form1& openClip() {
+  window::Form1& openClip() {
     start();
     open(makeClip("clip.HGV", 4, 1280, 720));
     return form();
   }
-  skin::frmSetting& dialog() { return m_windows->frmSetting; }
+  window::frmSetting& dialog() { return m_windows->frmSetting; }
   // Settings, then "Set Motion Search Area".
   void startEditing() {
     form().imgSetting_Click();
@@ -57,7 +57,7 @@ class SearchAreaTest : public testing_support::WindowFixture {
 };
 
 TEST_F(SearchAreaTest, SettingsStandBesideASwitchedOffWindow) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   f.imgRightStep_Click();
   f.imgSetting_Click();
   EXPECT_FALSE(f.Enabled);
@@ -90,7 +90,7 @@ TEST_F(SearchAreaTest, SettingsStandBesideASwitchedOffWindow) {
 }
 
 TEST_F(SearchAreaTest, DragRules) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   startEditing();
   EXPECT_TRUE(f.Enabled) << "on for the drag";
   EXPECT_EQ(f.picShowAVI->MousePointer, Pointer::Cross);
@@ -126,7 +126,7 @@ TEST_F(SearchAreaTest, DragRules) {
 }
 
 TEST_F(SearchAreaTest, OkTurnsTheBoxIntoTheSameSharesOfThePictureAcrossAZoom) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   f.imgZoomIn_Click();
   const auto shown = toolkit::twipsToPixels(clipModule().DisplayWidth.value());
   const auto shownHeight = toolkit::twipsToPixels(clipModule().DisplayHeight.value());
@@ -148,7 +148,7 @@ TEST_F(SearchAreaTest, OkTurnsTheBoxIntoTheSameSharesOfThePictureAcrossAZoom) {
 }
 
 TEST_F(SearchAreaTest, CancelKeepsTheAreaAndTheDraggedSharesUntilTheNextOk) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   const Rect defaultArea = rect().SearchArea;
   startEditing();
   drag({100, 60}, {{300, 200}});
@@ -176,7 +176,7 @@ TEST_F(SearchAreaTest, CancelKeepsTheAreaAndTheDraggedSharesUntilTheNextOk) {
 }
 
 TEST_F(SearchAreaTest, SensitivityChangesOnlyAtOkAndDefault) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   f.imgSetting_Click();
   dialog().cmbSensitivity->Text = std::string("High");
   toolkit::testing::click(*dialog().cmdCancel);
@@ -200,7 +200,7 @@ TEST_F(SearchAreaTest, SensitivityChangesOnlyAtOkAndDefault) {
 }
 
 TEST_F(SearchAreaTest, DefaultWinsOverALaterDragAtOk) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   const Rect defaultArea = rect().SearchArea;
   const Rect defaultBox = rect().SearchBox;
   startEditing();
@@ -223,7 +223,7 @@ TEST_F(SearchAreaTest, DefaultWinsOverALaterDragAtOk) {
 }
 
 TEST_F(SearchAreaTest, TheCloseBoxNeitherCommitsNorReverts) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   const Rect area = rect().SearchArea;
   startEditing();
   drag({100, 60}, {{300, 200}});
@@ -243,7 +243,7 @@ TEST_F(SearchAreaTest, TheCloseBoxNeitherCommitsNorReverts) {
 TEST_F(SearchAreaTest, OpeningTheSettingsEndsAStandingResult) {
   start();
   open(sceneClip("scene.HGV", 6, {{320, 160, 48, 2, 6}}));
-  skin::Form1& f = form();
+  window::Form1& f = form();
   f.imgRightSearch_Click();
   ASSERT_EQ(f.MarkedPictureShowing, kTrue);
   f.imgSetting_Click();

@@ -27,7 +27,7 @@ const std::vector<Square> kComesAndGoes = {{320, 160, 48, 4, 7}};
 
 class SearchWindowTest : public testing_support::WindowFixture {
  protected:
-  skin::Form1& openScene(int frames, const std::vector<Square>& squares) {
+  window::Form1& openScene(int frames, const std::vector<Square>& squares) {
     start();
     open(sceneClip("scene.HGV", frames, squares));
     form().searchDriver().onFinished = [this](const SearchOutcome& o) { m_outcomes.push_back(o); };
@@ -106,13 +106,13 @@ class SearchWindowTest : public testing_support::WindowFixture {
     }
   }
 
-  void expectStoppedBy(toolkit::ImageControl*(skin::Form1::*button));
+  void expectStoppedBy(toolkit::ImageControl*(window::Form1::*button));
 
   std::vector<SearchOutcome> m_outcomes;
 };
 
 TEST_F(SearchWindowTest, ForwardFindsTheFrameWhereSomethingCameAndGoesOnFromItNextTime) {
-  skin::Form1& f = openScene(10, kComesAndGoes);
+  window::Form1& f = openScene(10, kComesAndGoes);
   EXPECT_EQ(yieldsOfNextSearch(Direction::Forward), 2 + 3) << "two before priming, one a pass";
   ASSERT_EQ(m_outcomes.size(), 1u);
   EXPECT_EQ(m_outcomes[0].comparisons, 4);
@@ -141,7 +141,7 @@ TEST_F(SearchWindowTest, ForwardFindsTheFrameWhereSomethingCameAndGoesOnFromItNe
 }
 
 TEST_F(SearchWindowTest, AResultOnTheLastComparisonAndTheSearchFromTheEndMarkAfterIt) {
-  skin::Form1& f = openScene(6, {{320, 160, 48, 5, 6}});
+  window::Form1& f = openScene(6, {{320, 160, 48, 5, 6}});
   // The step onto the last frame sets the end, and its comparison still gives the result.
   f.imgRightSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 1u);
@@ -157,7 +157,7 @@ TEST_F(SearchWindowTest, AResultOnTheLastComparisonAndTheSearchFromTheEndMarkAft
 }
 
 TEST_F(SearchWindowTest, BackwardFindsTheFrameWhereTheSquareStillStood) {
-  skin::Form1& f = openScene(10, kComesAndGoes);
+  window::Form1& f = openScene(10, kComesAndGoes);
   for (int i = 0; i < 9; ++i) f.imgRightStep_Click();
   f.imgLeftSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 1u);
@@ -169,7 +169,7 @@ TEST_F(SearchWindowTest, BackwardFindsTheFrameWhereTheSquareStillStood) {
 }
 
 TEST_F(SearchWindowTest, BackwardPassesFrameZeroAndEndsOnTheLastFrame) {
-  skin::Form1& f = openScene(6, {});
+  window::Form1& f = openScene(6, {});
   for (int i = 0; i < 3; ++i) f.imgRightStep_Click();
   f.imgLeftSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 1u);
@@ -187,7 +187,7 @@ TEST_F(SearchWindowTest, BackwardPassesFrameZeroAndEndsOnTheLastFrame) {
 }
 
 TEST_F(SearchWindowTest, ChangesOutsideTheAreaAreWalkedPast) {
-  skin::Form1& f = openScene(8, {{40, 40, 48, 2, 8}, {400, 200, 48, 5, 8}});
+  window::Form1& f = openScene(8, {{40, 40, 48, 2, 8}, {400, 200, 48, 5, 8}});
   // The first square's cells lie left of and above the area, the second inside it.
   form().DrawRectangle.SearchArea = {200, 120, 600, 400};
   f.imgRightSearch_Click();
@@ -201,7 +201,7 @@ TEST_F(SearchWindowTest, ChangesOutsideTheAreaAreWalkedPast) {
 TEST_F(SearchWindowTest, TheEdgesOfTheAreaBelongToIt) {
   // One cell changes: the square fills exactly the cell whose corner is (320, 160)... wherever
   // that corner lies, an area that ends on it takes it, one pixel less does not.
-  skin::Form1& f = openScene(3, {{320, 160, 16, 1, 3}});
+  window::Form1& f = openScene(3, {{320, 160, 16, 1, 3}});
   f.imgRightSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 1u);
   ASSERT_EQ(m_outcomes[0].ended, Ended::Found);
@@ -229,8 +229,8 @@ TEST_F(SearchWindowTest, TheEdgesOfTheAreaBelongToIt) {
 
 // The click arrives in the third yield, the first of the pass after priming, whose stop check
 // sees it: one comparison made.
-void SearchWindowTest::expectStoppedBy(toolkit::ImageControl*(skin::Form1::*button)) {
-  skin::Form1& f = openScene(10, {});
+void SearchWindowTest::expectStoppedBy(toolkit::ImageControl*(window::Form1::*button)) {
+  window::Form1& f = openScene(10, {});
   atYield(3, [&f, button] { toolkit::testing::postClick(*(f.*button)); });
   f.imgRightSearch_Click();
   m_host.host.onYield = {};
@@ -245,15 +245,15 @@ void SearchWindowTest::expectStoppedBy(toolkit::ImageControl*(skin::Form1::*butt
 }
 
 TEST_F(SearchWindowTest, ASecondClickStopsAtTheNextStopCheck) {
-  expectStoppedBy(&skin::Form1::imgRightSearch);
+  expectStoppedBy(&window::Form1::imgRightSearch);
 }
 
 TEST_F(SearchWindowTest, PauseStopsAsASecondClickDoes) {
-  expectStoppedBy(&skin::Form1::imgPausePlay);
+  expectStoppedBy(&window::Form1::imgPausePlay);
 }
 
 TEST_F(SearchWindowTest, TheOtherButtonTurnsTheSearchAround) {
-  skin::Form1& f = openScene(10, kComesAndGoes);
+  window::Form1& f = openScene(10, kComesAndGoes);
   for (int i = 0; i < 2; ++i) f.imgRightStep_Click();
   // Backward from frame 2, turned at the first stop check on frame 1: then forward from there,
   // primed anew, so that the square's coming on frame 4 is the result.
@@ -271,7 +271,7 @@ TEST_F(SearchWindowTest, TheOtherButtonTurnsTheSearchAround) {
 }
 
 TEST_F(SearchWindowTest, OtherHandlersKeepQuietDuringASearch) {
-  skin::Form1& f = openScene(10, {});
+  window::Form1& f = openScene(10, {});
   const toolkit::Long displayWidth = clipModule().DisplayWidth;
   atYield(3, [this, &f] {
     f.imgRightStep_Click();
@@ -295,7 +295,7 @@ TEST_F(SearchWindowTest, OtherHandlersKeepQuietDuringASearch) {
 }
 
 TEST_F(SearchWindowTest, ClosingDuringASearchEndsItAndRemovesTheScratchFiles) {
-  skin::Form1& f = openScene(10, {});
+  window::Form1& f = openScene(10, {});
   bool hiddenAtOnce = false;
   atYield(4, [&f, &hiddenAtOnce] {
     f.window()->close();
@@ -315,7 +315,7 @@ TEST_F(SearchWindowTest, ClosingDuringASearchEndsItAndRemovesTheScratchFiles) {
 }
 
 TEST_F(SearchWindowTest, AClipOfOneFrameStopsPlaybackAndStartsNoSearch) {
-  skin::Form1& f = openScene(1, {});
+  window::Form1& f = openScene(1, {});
   f.tmrControlDisplay->Enabled = true;
   int yields = 0;
   m_host.host.onYield = [&yields] { ++yields; };
@@ -327,7 +327,7 @@ TEST_F(SearchWindowTest, AClipOfOneFrameStopsPlaybackAndStartsNoSearch) {
 }
 
 TEST_F(SearchWindowTest, TheClickOnThePictureTurnsBetweenMarkedAndPlain) {
-  skin::Form1& f = openScene(10, kComesAndGoes);
+  window::Form1& f = openScene(10, kComesAndGoes);
   f.imgRightSearch_Click();
   ASSERT_EQ(m_outcomes.size(), 1u);
   const QImage marked = visibleView();
@@ -361,7 +361,7 @@ TEST_F(SearchWindowTest, TheClickOnThePictureTurnsBetweenMarkedAndPlain) {
 }
 
 TEST_F(SearchWindowTest, AClipThatGoesAwayEndsTheSearchWithOneBox) {
-  skin::Form1& f = openScene(10, {});
+  window::Form1& f = openScene(10, {});
   atYield(4, [this] { std::filesystem::remove(state().ClipFileName); });
   f.imgRightSearch_Click();
   m_host.host.onYield = {};
@@ -382,7 +382,7 @@ TEST_F(SearchWindowTest, AClipThatGoesAwayEndsTheSearchWithOneBox) {
 }
 
 TEST_F(SearchWindowTest, TheOverflowOfALowThresholdEndsTheSearchWithOneBox) {
-  skin::Form1& f = openScene(10, {});
+  window::Form1& f = openScene(10, {});
   form().AnalyseBMP.Sensitivity = "Low";
   form().AnalyseBMP.ChangeThreshold = 32767 - 120;
   f.imgRightSearch_Click();
@@ -420,7 +420,7 @@ TEST_F(SearchWindowTest, AnUndecodableFrameIsReportedOnceAndWalkedPast) {
 // Nobody can look at the scratch files while a search walks: they are written when it ends, and
 // then hold what writing every frame would have left.
 TEST_F(SearchWindowTest, TheScratchFilesWaitForTheEndOfTheSearch) {
-  skin::Form1& f = openScene(10, {});
+  window::Form1& f = openScene(10, {});
   const std::vector<std::uint8_t> atStart = readBytes(scratch());
   std::vector<std::uint8_t> midway;
   atYield(6, [&] { midway = readBytes(scratch()); });
@@ -438,7 +438,7 @@ TEST_F(SearchWindowTest, TheScratchFilesWaitForTheEndOfTheSearch) {
 // frame with the same marks, threshold and marked picture.
 TEST_F(SearchWindowTest, TheToolFindsWhatTheWindowFinds) {
   const std::vector<Square> squares = {{320, 160, 48, 3, 5}, {96, 96, 32, 6, 9}};
-  skin::Form1& f = openScene(12, squares);
+  window::Form1& f = openScene(12, squares);
   f.imgRightStep_Click();
   std::vector<std::vector<std::uint8_t>> windowMarked;
   std::vector<int> windowThresholds;
@@ -503,8 +503,8 @@ SessionRecord recordSession(int threads) {
   testing_support::TempDir dir;
   toolkit::testing::TestHost host(dir.path());
   review::Session session(host.platform);
-  skin::Windows windows(host.host, session);
-  skin::Form1& f = windows.Form1;
+  window::Windows windows(host.host, session);
+  window::Form1& f = windows.Form1;
   f.setDecodeThreads(threads);
   f.Show();
   std::vector<std::vector<std::uint8_t>> jpegs;

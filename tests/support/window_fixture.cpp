@@ -72,14 +72,14 @@ QImage stretchReference(const toolkit::RgbImage& picture, double sourceWidth, do
 }
 
 WindowFixture::WindowFixture()
-    : m_windows(std::make_unique<skin::Windows>(m_host.host, m_session)) {}
+    : m_windows(std::make_unique<window::Windows>(m_host.host, m_session)) {}
 
 WindowFixture::~WindowFixture() {
   m_host.host.ReleaseCapture();
   m_windows.reset();
 }
 
-skin::Form1& WindowFixture::start() {
+window::Form1& WindowFixture::start() {
   m_windows->Form1.Show();
   return m_windows->Form1;
 }
@@ -112,7 +112,7 @@ void WindowFixture::open(const std::string& path) {
 }
 
 QRect WindowFixture::viewArea() {
-  skin::Form1& f = form();
+  window::Form1& f = form();
   return QRect(-toolkit::twipsToPixels(f.picShowAVI->leftTwips()),
                -toolkit::twipsToPixels(f.picShowAVI->topTwips()),
                toolkit::twipsToPixels(f.picBase->widthTwips()),
@@ -122,7 +122,7 @@ QRect WindowFixture::viewArea() {
 QImage WindowFixture::visibleView() { return form().picShowAVI->shownPart(viewArea()); }
 
 QImage WindowFixture::expectedFit(int index) {
-  skin::Form1& f = form();
+  window::Form1& f = form();
   const auto picture = toolkit::decodeJpeg(jpegOf(index));
   const int width = toolkit::twipsToPixels(f.picBase->widthTwips());
   const int height = toolkit::twipsToPixels(f.picBase->heightTwips());

@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "review/session.h"
-#include "skin/windows.h"
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/image.h"
 #include "toolkit/widgets/testing.h"
+#include "window/windows.h"
 
 namespace testing_support {
 
@@ -46,8 +46,8 @@ class WindowFixture : public ::testing::Test {
   ~WindowFixture() override;
 
   // Loads and shows Form1.
-  skin::Form1& start();
-  skin::Form1& form() { return m_windows->Form1; }
+  window::Form1& start();
+  window::Form1& form() { return m_windows->Form1; }
   review::OpenSaveFile& state() { return m_session.OpenSaveFile; }
   clip::SeparateMJPG& clipModule() { return m_session.SeparateMJPG; }
 
@@ -80,7 +80,7 @@ class WindowFixture : public ::testing::Test {
   TempDir m_dir;
   toolkit::testing::TestHost m_host{m_dir.path()};
   review::Session m_session{m_host.platform};
-  std::unique_ptr<skin::Windows> m_windows;
+  std::unique_ptr<window::Windows> m_windows;
   std::vector<std::vector<std::uint8_t>> m_jpegs;
 };
 

@@ -52,7 +52,7 @@ class KeysTest : public testing_support::WindowFixture {
     m_boxesBefore = boxes().size();
   }
   Snapshot snapshot() {
-    skin::Form1& f = form();
+    window::Form1& f = form();
     return {state().CurrentFrame.value(),
             clipModule().ExtractedFrame.value(),
             f.PlayingForward != kFalse,
@@ -95,7 +95,7 @@ class KeysTest : public testing_support::WindowFixture {
 };
 
 TEST_F(KeysTest, EachKeyDoesWhatItsButtonDoes) {
-  skin::Form1& f = form();
+  window::Form1& f = form();
   expectSameAs(QKeySequence(Qt::Key_Space), [&f] { f.imgRightPlay_Click(); });
   expectSameAs(
       QKeySequence(Qt::Key_Space), [&f] { f.imgPausePlay_Click(); },
@@ -124,7 +124,7 @@ TEST_F(KeysTest, EachKeyDoesWhatItsButtonDoes) {
 }
 
 TEST_F(KeysTest, KeysKeepTheButtonsGuards) {
-  skin::Form1& f = form();
+  window::Form1& f = form();
   // Before a clip is open, the transport's keys do nothing.
   const Snapshot empty = snapshot();
   for (const auto key : {Qt::Key_Right, Qt::Key_End, Qt::Key_Space, Qt::Key_BracketRight}) {
@@ -144,7 +144,7 @@ TEST_F(KeysTest, KeysKeepTheButtonsGuards) {
 
 // Space during a search stops it at its next check, as the pause button does.
 TEST_F(KeysTest, SpaceStopsASearch) {
-  skin::Form1& f = form();
+  window::Form1& f = form();
   prepare(false);
   int yields = 0;
   m_host.host.onYield = [this, &yields] {

@@ -14,7 +14,7 @@ using toolkit::testing::release;
 
 class TimelineTest : public testing_support::WindowFixture {
  protected:
-  skin::Form1& openClip(int frames) {
+  window::Form1& openClip(int frames) {
     start();
     open(makeClip("clip.HGV", frames));
     return form();
@@ -26,7 +26,7 @@ class TimelineTest : public testing_support::WindowFixture {
 };
 
 TEST_F(TimelineTest, TheBlockStandsAtTheShareOfTheFrameAfterIt) {
-  skin::Form1& f = openClip(11);
+  window::Form1& f = openClip(11);
   EXPECT_EQ(f.picBlock->Left(), 0.0f);
   f.imgRightStep_Click();
   EXPECT_FLOAT_EQ(f.picBlock->Left(), 8250.0f * 2 / 11) << "frame 1 already at 2/TotalFrames";
@@ -37,7 +37,7 @@ TEST_F(TimelineTest, TheBlockStandsAtTheShareOfTheFrameAfterIt) {
 }
 
 TEST_F(TimelineTest, AClickOnTheTrackMovesTheBlockAndTheReleaseGoesThere) {
-  skin::Form1& f = openClip(11);
+  window::Form1& f = openClip(11);
   press(*f.imgBar, pixelsOf(4500, 100));
   EXPECT_EQ(f.picBlock->Left(), 3750.0f) << "the block's right edge comes to the press";
   EXPECT_EQ(f.lblImageID->Left(), 6250.0f);
@@ -58,7 +58,7 @@ TEST_F(TimelineTest, AClickOnTheTrackMovesTheBlockAndTheReleaseGoesThere) {
 }
 
 TEST_F(TimelineTest, ARightClickOnTheTrackOnlyStopsPlayback) {
-  skin::Form1& f = openClip(11);
+  window::Form1& f = openClip(11);
   f.imgRightPlay_Click();
   clickTrack(6000, Qt::RightButton);
   EXPECT_FALSE(f.tmrControlDisplay->running());
@@ -67,7 +67,7 @@ TEST_F(TimelineTest, ARightClickOnTheTrackOnlyStopsPlayback) {
 }
 
 TEST_F(TimelineTest, ADragRunsTheNumberAlongAndGoesToTheFrameOnRelease) {
-  skin::Form1& f = openClip(11);
+  window::Form1& f = openClip(11);
   f.imgRightPlay_Click();
   press(*f.picBlock, pixelsOf(150, 75));
   EXPECT_EQ(f.BlockDragging, kTrue);
@@ -99,7 +99,7 @@ TEST_F(TimelineTest, ADragRunsTheNumberAlongAndGoesToTheFrameOnRelease) {
 }
 
 TEST_F(TimelineTest, ADragOverAClipOfOneFrameAlwaysGivesFrameZero) {
-  skin::Form1& f = openClip(1);
+  window::Form1& f = openClip(1);
   press(*f.picBlock, pixelsOf(150, 75));
   for (float x : {0.0f, 3000.0f, 9000.0f}) {
     move(*f.picBar, pixelsOf(x, 75));
@@ -110,7 +110,7 @@ TEST_F(TimelineTest, ADragOverAClipOfOneFrameAlwaysGivesFrameZero) {
 }
 
 TEST_F(TimelineTest, ARightPressOnTheBlockStartsNoDragAndASearchIgnoresEveryPress) {
-  skin::Form1& f = openClip(11);
+  window::Form1& f = openClip(11);
   press(*f.picBlock, pixelsOf(150, 75), Qt::RightButton);
   EXPECT_EQ(f.BlockDragging, kFalse);
   f.MarkedPicturePath = file("temp.bmp");
@@ -129,7 +129,7 @@ TEST_F(TimelineTest, ARightPressOnTheBlockStartsNoDragAndASearchIgnoresEveryPres
 }
 
 TEST_F(TimelineTest, AReleaseOnAnEndMarkDuringPlaybackEndsTheDragQuietly) {
-  skin::Form1& f = openClip(3);
+  window::Form1& f = openClip(3);
   press(*f.picBlock, pixelsOf(150, 75));
   f.imgRightPlay_Click();
   f.tmrControlDisplay->tick();

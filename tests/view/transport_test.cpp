@@ -15,7 +15,7 @@ using toolkit::kTrue;
 
 class TransportTest : public testing_support::WindowFixture {
  protected:
-  skin::Form1& openClip(int frames) {
+  window::Form1& openClip(int frames) {
     start();
     open(makeClip("clip.HGV", frames));
     return form();
@@ -41,7 +41,7 @@ class TransportTest : public testing_support::WindowFixture {
 };
 
 TEST_F(TransportTest, StepsLeaveTheEndMarksOfTheTable) {
-  skin::Form1& f = openClip(2);
+  window::Form1& f = openClip(2);
   f.imgRightStep_Click();
   expectShowing(1);
   EXPECT_EQ(state().CurrentFrame, Integer(-1)) << "the last frame, reached by stepping";
@@ -62,7 +62,7 @@ TEST_F(TransportTest, StepsLeaveTheEndMarksOfTheTable) {
 }
 
 TEST_F(TransportTest, StepBackOntoFrameZeroLeavesTotalFramesAndGoesOnFromThere) {
-  skin::Form1& f = openClip(5);
+  window::Form1& f = openClip(5);
   f.imgRightStep_Click();
   f.imgLeftStep_Click();
   expectShowing(0);
@@ -95,7 +95,7 @@ TEST_F(TransportTest, StepBackOntoFrameZeroLeavesTotalFramesAndGoesOnFromThere) 
 }
 
 TEST_F(TransportTest, ForwardPlaybackStopsOnTheLastFrameAfterOneTickLessThanFrames) {
-  skin::Form1& f = openClip(4);
+  window::Form1& f = openClip(4);
   f.imgRightPlay_Click();
   EXPECT_TRUE(f.tmrControlDisplay->running());
   EXPECT_FALSE(f.imgCplay->Visible);
@@ -125,7 +125,7 @@ TEST_F(TransportTest, ForwardPlaybackStopsOnTheLastFrameAfterOneTickLessThanFram
 }
 
 TEST_F(TransportTest, EachClickOfAPlayButtonGoesOneSpeedUpAndTheOtherButtonTurns) {
-  skin::Form1& f = openClip(3);
+  window::Form1& f = openClip(3);
   const int intervals[] = {450, 350, 250, 150, 30, 450};
   const char* speeds[] = {"1X", "2X", "3X", "4X", "5X", "1X"};
   for (int i = 0; i < 6; ++i) {
@@ -156,7 +156,7 @@ TEST_F(TransportTest, EachClickOfAPlayButtonGoesOneSpeedUpAndTheOtherButtonTurns
 }
 
 TEST_F(TransportTest, AClipOfOneFrameOnlySteps) {
-  skin::Form1& f = openClip(1);
+  window::Form1& f = openClip(1);
   EXPECT_EQ(f.picBlock->Left(), 8250.0f) << "the block of one frame stands at the right end";
   for (auto* button : {f.imgRightPlay, f.imgLeftPlay, f.imgBegin, f.imgEnd}) {
     toolkit::testing::click(*button);
@@ -175,7 +175,7 @@ TEST_F(TransportTest, AClipOfOneFrameOnlySteps) {
 
 TEST_F(TransportTest, PauseWithoutAClipIsHarmlessAndEndsAResultOtherwise) {
   start();
-  skin::Form1& f = form();
+  window::Form1& f = form();
   f.imgPausePlay_Click();
   EXPECT_EQ(f.SearchStopRequested, kTrue);
   EXPECT_TRUE(boxes().empty());
@@ -188,7 +188,7 @@ TEST_F(TransportTest, PauseWithoutAClipIsHarmlessAndEndsAResultOtherwise) {
 }
 
 TEST_F(TransportTest, TheButtonsAreQuietDuringASearchAndWhileTheAreaIsChosen) {
-  skin::Form1& f = openClip(4);
+  window::Form1& f = openClip(4);
   f.MarkedPicturePath = file("temp.bmp");
   f.SearchingForward = kTrue;
   for (auto* button : {f.imgRightStep, f.imgLeftStep, f.imgBegin, f.imgEnd, f.imgRightPlay}) {
@@ -208,7 +208,7 @@ TEST_F(TransportTest, AClipOf32767FramesStepsAndPlaysAtBothEnds) {
   std::vector<std::vector<std::uint8_t>> jpegs(32767, tiny);
   jpegs.back() = testing_support::distinctJpeg(16, 16, 2);
   open(writeClip("long.HGV", jpegs, 16, 16));
-  skin::Form1& f = form();
+  window::Form1& f = form();
   ASSERT_EQ(state().TotalFrames, Integer(32767));
   f.imgRightStep_Click();
   f.imgLeftStep_Click();
@@ -238,7 +238,7 @@ TEST_F(TransportTest, AFrameThatCannotBeDecodedDarkensTheViewAndPlaybackGoesOn) 
   for (int i = 0; i < 4; ++i) jpegs.push_back(testing_support::distinctJpeg(640, 480, i));
   jpegs[2] = std::vector<std::uint8_t>(3000, 0x33);
   open(writeClip("damaged.HGV", jpegs, 640, 480));
-  skin::Form1& f = form();
+  window::Form1& f = form();
   f.imgRightPlay_Click();
   f.tmrControlDisplay->tick();
   f.tmrControlDisplay->tick();
@@ -265,7 +265,7 @@ TEST_F(TransportTest, AFrameThatCannotBeDecodedDarkensTheViewAndPlaybackGoesOn) 
 }
 
 TEST_F(TransportTest, AClipThatGoesAwayStopsPlaybackWithOneBox) {
-  skin::Form1& f = openClip(4);
+  window::Form1& f = openClip(4);
   f.imgRightStep_Click();
   const QImage before = visibleView();
   f.imgRightPlay_Click();

@@ -13,7 +13,7 @@ using toolkit::Long;
 
 class ZoomTest : public testing_support::WindowFixture {
  protected:
-  skin::Form1& openClip(int frames = 4) {
+  window::Form1& openClip(int frames = 4) {
     start();
     open(makeClip("zoom.HGV", frames));
     return form();
@@ -21,7 +21,7 @@ class ZoomTest : public testing_support::WindowFixture {
 };
 
 TEST_F(ZoomTest, ZoomingInGoesStraightToTwiceAndStopsAtSixTimes) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   const int expected[] = {120, 130, 140, 150, 160, 160};
   for (int i = 0; i < 6; ++i) {
     f.imgRightPlay_Click();
@@ -49,7 +49,7 @@ TEST_F(ZoomTest, ZoomingInGoesStraightToTwiceAndStopsAtSixTimes) {
 }
 
 TEST_F(ZoomTest, ZoomingOutPassesEverySettingAndReturnsToTheFitAt110) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   for (int i = 0; i < 5; ++i) f.imgZoomIn_Click();
   const int expected[] = {150, 140, 130, 120, 110, 100, 100};
   for (int percent : expected) {
@@ -77,7 +77,7 @@ TEST_F(ZoomTest, ZoomingOutPassesEverySettingAndReturnsToTheFitAt110) {
 }
 
 TEST_F(ZoomTest, TheBarsCentreAtTwiceAndKeepTheirPlaceFurtherUp) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   f.imgZoomIn_Click();
   EXPECT_EQ(f.HS1->Value(), Integer(200));
   EXPECT_EQ(f.VS1->Value(), Integer(60));
@@ -104,7 +104,7 @@ TEST_F(ZoomTest, TheBarsCentreAtTwiceAndKeepTheirPlaceFurtherUp) {
 }
 
 TEST_F(ZoomTest, ANewFrameKeepsThePanAndTheBars) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   for (int i = 0; i < 5; ++i) f.imgZoomIn_Click();
   f.HS1->Value = 300;
   f.VS1->Value = 333;
@@ -133,7 +133,7 @@ TEST_F(ZoomTest, ANewFrameKeepsThePanAndTheBars) {
 }
 
 TEST_F(ZoomTest, TheScrollBarsPanAndNeverKeepTheFocus) {
-  skin::Form1& f = openClip();
+  window::Form1& f = openClip();
   f.imgZoomIn_Click();
   f.imgZoomIn_Click();
   f.HS1->Value = 150;  // a quarter of 600
@@ -149,7 +149,7 @@ TEST_F(ZoomTest, TheScrollBarsPanAndNeverKeepTheFocus) {
 
 TEST_F(ZoomTest, TheButtonsDoNothingWithoutAClipWhileTheAreaIsChosenOrDuringASearch) {
   start();
-  skin::Form1& f = form();
+  window::Form1& f = form();
   f.imgZoomIn_Click();
   EXPECT_EQ(f.ZoomPercent, Integer(100));
   open(makeClip("zoom.HGV", 3));
@@ -172,7 +172,7 @@ namespace {
 // A clip smaller than the opening: every frame as frame 0 came, whole at its natural size.
 class SmallClipTest : public testing_support::WindowFixture {
  protected:
-  skin::Form1& openSmall(int frames = 6) {
+  window::Form1& openSmall(int frames = 6) {
     start();
     open(makeClip("small.HGV", frames, 160, 120));
     return form();
@@ -189,7 +189,7 @@ class SmallClipTest : public testing_support::WindowFixture {
 };
 
 TEST_F(SmallClipTest, StepsPlaybackAndTheEndShowTheWholePicture) {
-  skin::Form1& f = openSmall();
+  window::Form1& f = openSmall();
   expectWhole(0);
   f.imgRightStep_Click();
   expectWhole(1);
@@ -204,7 +204,7 @@ TEST_F(SmallClipTest, StepsPlaybackAndTheEndShowTheWholePicture) {
 
 // Zooming in starts from the opening, as for any clip, and zooming back shows the natural size.
 TEST_F(SmallClipTest, ZoomStartsFromTheOpeningAndReturnsToTheNaturalSize) {
-  skin::Form1& f = openSmall();
+  window::Form1& f = openSmall();
   f.imgZoomIn_Click();
   EXPECT_EQ(f.picShowAVI->widthTwips(), 2 * 8970.0f);
   EXPECT_EQ(visibleView(), expectedZoom(0));
@@ -218,7 +218,7 @@ TEST_F(SmallClipTest, ZoomStartsFromTheOpeningAndReturnsToTheNaturalSize) {
 }
 
 TEST_F(SmallClipTest, TheSearchBoxLiesOnThePictureAndItsAreaIsWhatItCovers) {
-  skin::Form1& f = openSmall();
+  window::Form1& f = openSmall();
   const toolkit::Rect area = f.DrawRectangle.SearchArea;
   const toolkit::Rect box = f.DrawRectangle.SearchBox;
   EXPECT_GT(box.Right, box.Left);

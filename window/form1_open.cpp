@@ -1,0 +1,170 @@
+#include <QApplication>
+
+#include "review/open_clip.h"
+#include "window/form1.h"
+
+namespace window {
+
+using toolkit::kFalse;
+using toolkit::kTrue;
+using toolkit::ScaleUnit;
+
+namespace {
+
+// The open dialog's filter. On a file system that tells case apart, the dialog offers both
+// "*.HGV" and "*.hgv" for it.
+constexpr const char* kClipFilter = "Tessmoor HGV File(*.HGV) | *.HGV";
+// picBase gives back the room of the scroll bars when a zoom ends.
+constexpr float kScrollBarTwips = 300;
+
+}  // namespace
+
+bool Form1::canOpenClip() const {
+  if (SearchingForward != kFalse || SearchingBack != kFalse) return false;
+  return !(OpenSaveFile.ClipOpen != kFalse && DrawRectangle.SearchAreaEditing != kFalse);
+}
+
+void Form1::imgFile_Click() {
+  if (!canOpenClip()) return;
+  try {
+    dlgOpenAVI->Filter = kClipFilter;
+    dlgOpenAVI->FilterIndex = 1;
+    dlgOpenAVI->MaxFileSize = 1000;
+    dlgOpenAVI->FileName = "";
+    dlgOpenAVI->ShowOpen();
+    if (dlgOpenAVI->FileName.size() < 3) return;
+    OpenClip(dlgOpenAVI->FileName);
+  } catch (const toolkit::RuntimeError& e) {
+    MsgBox(toolkit::errorBoxText(review::kOpenHandlerName, e), toolkit::MsgIcon::Critical);
+  }
+}
+
+bool Form1::OpenClip(const std::string& path) {
+  try {
+    if (review::OpenClipFile(session, path) != review::OpenResult::Extracted) return false;
+
+    picShowAVI->Visible = true;
+    picBase->ScaleMode = ScaleUnit::Twips;
+    picShowAVI->Picture = LoadPicture(OpenSaveFile.CurrentFrameFile);
+
+    // Frame 0 gives the source size of every frame of the clip; it is measured at every opening,
+    // so that no frame is ever painted from a source of 0 by 0.
+    const auto measurePicture = [this] {
+      OpenSaveFile.PictureHeight = Long::fromDouble(picShowAVI->Height);
+      OpenSaveFile.PictureWidth = Long::fromDouble(picShowAVI->Width);
+    };
+    const auto measure = [&] {
+      measurePicture();
+      SeparateMJPG.DisplayHeight = Long::fromDouble(fraBox->Height);
+      SeparateMJPG.DisplayWidth = Long::fromDouble(fraBox->Width);
+    };
+    const auto paintFitted = [this] {
+      picShowAVI->ScaleMode = ScaleUnit::Twips;
+      picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, SeparateMJPG.DisplayWidth.value(),
+                               SeparateMJPG.DisplayHeight.value(), 0, 0,
+                               OpenSaveFile.PictureWidth.value(),
+                               OpenSaveFile.PictureHeight.value());
+    };
+    const auto largerThanView = [this] {
+      return picShowAVI->Width > picBase->Width || picShowAVI->Height > picBase->Height;
+    };
+
+    if (FirstClipPending != kFalse) {
+      SettingsShown = kFalse;
+      HS1->Visible = false;
+      VS1->Visible = false;
+      BarTravel = Long::fromDouble(picBar->Width - picBlock->Width);
+      UpdateBarPosition();
+      lblImageID->Visible = true;
+      measurePicture();
+      m_smallClip = !largerThanView();
+      if (!m_smallClip) {
+        measure();
+        paintFitted();
+        FirstClipPending = kFalse;
+      }
+      InitSearchArea();
+      return true;
+    }
+
+    picBase->ScaleMode = ScaleUnit::Twips;
+    picShowAVI->ScaleMode = ScaleUnit::Twips;
+    if (VS1->Visible && HS1->Visible) {
+      ZoomPercent = 100;
+      VS1->Visible = false;
+      HS1->Visible = false;
+      picShowAVI->Top = 0;
+      picShowAVI->Left = 0;
+      picBase->Width = picBase->Width + kScrollBarTwips;
+      picBase->Height = picBase->Height + kScrollBarTwips;
+    }
+    MarkedPicturePath.clear();
+    measure();
+    m_smallClip = !largerThanView();
+    if (!m_smallClip) paintFitted();
+    OpenSaveFile.ZoomActive = kFalse;
+    StopPlayback();
+    OpenSaveFile.CurrentFrame = 0;
+    UpdateBarPosition();
+    InitSearchArea();
+    return true;
+  } catch (const toolkit::RuntimeError& e) {
+    MsgBox(toolkit::errorBoxText(review::kOpenHandlerName, e), toolkit::MsgIcon::Critical);
+    return false;
+  }
+}
+
+Form1::~Form1() = default;
+
+void Form1::OpenFromOutside(const std::string& path, std::optional<int> frame) {
+  if (!m_pendingOpen) {
+    m_pendingOpen = std::make_unique<PendingOpen>();
+    m_pendingOpen->timer.setInterval(100);
+    QObject::connect(&m_pendingOpen->timer, &QTimer::timeout, [this] { openPending(); });
+  }
+  // A later request takes the place of one still waiting.
+  m_pendingOpen->path = path;
+  m_pendingOpen->frame = frame;
+  m_pendingOpen->timer.start();
+  openPending();
+}
+
+void Form1::openPending() {
+  if (!m_pendingOpen || !m_pendingOpen->timer.isActive()) return;
+  const bool free = loaded() && Enabled && canOpenClip() && !QApplication::activeModalWidget();
+  if (!free) return;
+  m_pendingOpen->timer.stop();
+  const std::string path = m_pendingOpen->path;
+  const std::optional<int> frame = m_pendingOpen->frame;
+  host().dispatch([this, path, frame] {
+    // What the open dialog checks before it hands over a typed name.
+    if (!FileExists(path)) {
+      MsgBox(path + "\nFile not found.\nCheck the file name and try again.",
+             toolkit::MsgIcon::Critical, std::string("Warning"));
+      return;
+    }
+    if (OpenClip(path) && frame) GoToFrame(*frame);
+  });
+}
+
+void Form1::GoToFrame(int frame) {
+  const int total = OpenSaveFile.TotalFrames.value();
+  if (frame < 0 || frame >= total) {
+    MsgBox("\"" + OpenSaveFile.ClipFileName + "\" has frames 0 to " + std::to_string(total - 1) +
+               ": there is no frame " + std::to_string(frame) + ".",
+           toolkit::MsgIcon::Critical, std::string("Warning"));
+    return;
+  }
+  MarkedPicturePath.clear();
+  guardTransport([this, frame] { JumpTo(frame); });
+}
+
+void Form1::BringToFront() {
+  QWidget* w = window();
+  if (!w || !loaded()) return;
+  if (w->isMinimized()) w->showNormal();
+  w->raise();
+  w->activateWindow();
+}
+
+}  // namespace window
