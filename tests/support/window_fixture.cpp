@@ -24,31 +24,6 @@ std::vector<std::uint8_t> distinctJpeg(int width, int height, int index) {
   return toolkit::encodeJpeg(distinctFrame(width, height, index), 90);
 }
 
-std::vector<std::uint8_t> sceneJpeg(int width, int height, const std::vector<Square>& squares,
-                                    int index) {
-  toolkit::RgbImage image{width, height, {}};
-  image.pixels.resize(static_cast<std::size_t>(width) * height * 3);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      auto* p = &image.pixels[(static_cast<std::size_t>(y) * width + x) * 3];
-      const int texture = ((x * 7 + y * 13) % 23) - 11;
-      p[0] = static_cast<std::uint8_t>(60 + x * 40 / width + texture);
-      p[1] = static_cast<std::uint8_t>(90 + y * 40 / height + texture);
-      p[2] = static_cast<std::uint8_t>(50 + texture);
-    }
-  }
-  for (const Square& s : squares) {
-    if (index < s.from || index >= s.to) continue;
-    for (int y = std::max(0, s.y); y < std::min(height, s.y + s.size); ++y) {
-      for (int x = std::max(0, s.x); x < std::min(width, s.x + s.size); ++x) {
-        auto* p = &image.pixels[(static_cast<std::size_t>(y) * width + x) * 3];
-        p[0] = p[1] = p[2] = 235;
-      }
-    }
-  }
-  return toolkit::encodeJpeg(image, 90);
-}
-
 QImage stretchReference(const toolkit::RgbImage& picture, double sourceWidth, double sourceHeight,
                         int targetWidth, int targetHeight, const QRect& area) {
   QImage out(area.size(), QImage::Format_RGB32);

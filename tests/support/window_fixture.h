@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "review/session.h"
+#include "tests/support/scene_clips.h"
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/image.h"
 #include "toolkit/widgets/testing.h"
@@ -29,15 +30,6 @@ std::vector<std::uint8_t> distinctJpeg(int width, int height, int index);
 // Gives the part `area` of the target.
 QImage stretchReference(const toolkit::RgbImage& picture, double sourceWidth, double sourceHeight,
                         int targetWidth, int targetHeight, const QRect& area);
-
-// A still, textured scene in which light squares stand during chosen runs of frames: the only
-// changes between frames are where a square comes or goes.
-struct Square {
-  int x, y, size;
-  int from, to;  // shown on frames [from, to)
-};
-std::vector<std::uint8_t> sceneJpeg(int width, int height, const std::vector<Square>& squares,
-                                    int index);
 
 class WindowFixture : public ::testing::Test {
  protected:
