@@ -8,11 +8,17 @@
 #include "clip/clip_format.h"
 #include "clip/clip_writer.h"
 #include "clip/separate_mjpg.h"
+#include "scan/report.h"
+#include "search/driver/tool_session.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
 #include "toolkit/writers/synthetic_scene.h"
 
 namespace app {
+
+using scan::boxesJson;
+using search::ToolSession;
+
 namespace {
 
 using toolkit::RuntimeError;

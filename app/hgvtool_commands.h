@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "scan/scan_run.h"
+
 namespace toolkit {
 class ResourceBudget;
 }
@@ -26,10 +28,12 @@ int runSearch(const Args& args, std::ostream& out, std::ostream& err);
 int runSearchWithin(const Args& args, std::ostream& out, std::ostream& err,
                     toolkit::ResourceBudget& budget);
 int runExport(const Args& args, std::ostream& out, std::ostream& err);
-int runScan(const Args& args, std::ostream& out, std::ostream& err);
+// `env` gives what the scan needs of the machine (a test fills a disk or stops it at a clip).
+int runScan(const Args& args, std::ostream& out, std::ostream& err,
+            const scan::ScanEnvironment& env = {});
+// hgvtool report OUT DIR...: the journals of several scan folders (the shards of one scan) joined
+// into one report in OUT, their thumbnails and event clips linked or copied beside it.
+int runReport(const Args& args, std::ostream& out, std::ostream& err);
 int runThumbnail(const Args& args, std::ostream& out, std::ostream& err);
-
-// Writes a string as a JSON string literal, escapes included.
-std::string jsonString(const std::string& s);
 
 }  // namespace app

@@ -9,12 +9,18 @@
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
 #include "clip/separate_mjpg.h"
+#include "scan/report.h"
 #include "search/core/analyse_bmp.h"
 #include "search/core/frame_decoder.h"
+#include "search/driver/tool_session.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace app {
+
+using scan::boxesJson;
+using search::ToolSession;
+
 namespace {
 
 using toolkit::kFalse;

@@ -5,9 +5,13 @@
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
 #include "export/core/exports.h"
+#include "search/driver/tool_session.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace app {
+
+using search::ToolSession;
+
 namespace {
 
 constexpr const char* kUsage =

@@ -6,8 +6,7 @@
 #include <vector>
 
 #include "app/hgvtool_commands.h"
-#include "app/hgvtool_support.h"
-#include "app/scan_command.h"
+#include "search/driver/tool_session.h"
 #include "toolkit/core/resource_budget.h"
 
 namespace {
@@ -40,7 +39,7 @@ int run(const std::string& command, const app::Args& args, toolkit::ResourceBudg
   if (command == "export") return app::runExport(args, std::cout, std::cerr);
   if (command == "search") return app::runSearchWithin(args, std::cout, std::cerr, budget);
   if (command == "scan") {
-    app::ScanEnvironment env;
+    scan::ScanEnvironment env;
     env.budget = &budget;
     return app::runScan(args, std::cout, std::cerr, env);
   }
@@ -65,7 +64,7 @@ int main(int argc, char** argv) {
     toolkit::ResourceBudget budget(toolkit::ResourceBudget::kDefaultPictureBytes,
                                    toolkit::ResourceBudget::machineThreads());
     return run(argv[1], app::Args(argv + 2, argv + argc), budget);
-  } catch (const app::TempFolderError& e) {
+  } catch (const search::TempFolderError& e) {
     std::cerr << "hgvtool: " << e.what() << "\n";
     return 1;
   }

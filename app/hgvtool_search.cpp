@@ -5,14 +5,23 @@
 #include <optional>
 #include <ostream>
 
-#include "app/clip_search.h"
 #include "app/hgvtool_commands.h"
+#include "app/hgvtool_support.h"
+#include "scan/report.h"
+#include "scan/terminal.h"
 #include "search/core/marks.h"
+#include "search/driver/tool_search.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace app {
+
+using scan::boxesJson;
+using scan::TerminalLine;
+using search::SearchOptions;
+using search::SearchRecord;
+using search::ToolSession;
 namespace {
 
 using search::Direction;
@@ -23,126 +32,6 @@ constexpr const char* kUsage =
     "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
     "                      [--threads N]   (threads decoding ahead; default and at most the "
     "cores, 1 in line)\n";
-
-// What the search asks of a window, without one: nothing is shown, the marks are drawn on the
-// frame's own picture and saved as the window saves them.
-class ToolWindow : public search::SearchWindow {
- public:
-  ToolWindow(review::Session& session, review::Form1Fields& fields, std::function<void()> onStep,
-             std::function<bool()> stop)
-      : m_session(session),
-        m_fields(fields),
-        m_onStep(std::move(onStep)),
-        m_stop(std::move(stop)) {}
-
-  void UpdateBarPosition() override {
-    if (m_onStep) m_onStep();
-  }
-  void StopPlayback() override {}
-  void ShowStep() override {}
-  void DoEvents() override {
-    if (m_stop && m_stop()) m_fields.SearchStopRequested = toolkit::kTrue;
-  }
-  void setSearchPointer(Direction, bool) override {}
-  void ShowCurrentFrame() override {}
-  void ShowResult(const clip::FramePtr& frame,
-                  const std::vector<search::CellPoint>& corners) override {
-    m_session.SeparateMJPG.scratch().putMarked([frame, corners] {
-      std::vector<std::uint8_t> marked(frame->bitmap);
-      search::drawMarksOnBitmap(marked, corners);
-      return marked;
-    });
-  }
-  void ShutDownSession() override {}
-
- private:
-  review::Session& m_session;
-  review::Form1Fields& m_fields;
-  std::function<void()> m_onStep;
-  std::function<bool()> m_stop;
-};
-
-}  // namespace
-
-bool runSearches(ToolSession& tool, const SearchOptions& options,
-                 const std::function<void(const SearchRecord&)>& onRecord,
-                 const std::function<void()>& onStep) {
-  review::Session& session = tool.session();
-  review::Form1Fields& fields = tool.fields();
-  review::OpenSaveFile& o = session.OpenSaveFile;
-  clip::SeparateMJPG& clip = session.SeparateMJPG;
-  const int total = o.TotalFrames.value();
-  if (options.from < -1 || options.from > total) return false;
-
-  search::SearchState& state = tool.search();
-  state.DrawRectangle.InitSearchArea({kFitViewWidth, kFitViewHeight},
-                                     {clip.ClipWidth, clip.ClipHeight});
-  if (options.area) state.DrawRectangle.SearchArea = *options.area;
-  state.AnalyseBMP.Sensitivity = options.sensitivity;
-  state.AnalyseBMP.ChangeThreshold = static_cast<std::int16_t>(options.threshold);
-
-  // The frame an end mark stands for is the one on show, and the one extracted.
-  const int from = static_cast<int>(options.from);
-  const int shown = from == -1 ? total - 1 : from == total ? 0 : from;
-  o.CurrentFrameFile = clip.ExtractCurrentJpg(o.ClipFileName, shown);
-  o.CurrentFrame = from;
-
-  ToolWindow window(session, fields, onStep, options.stop);
-  view::Transport transport(session, fields, window);
-  search::SearchDriver driver(session, fields, state, window, transport);
-  // The frames a search holds may outlive the run, and their reservations the budget object.
-  std::optional<toolkit::ResourceBudget> own;
-  toolkit::ResourceBudget& budget = options.budget
-                                        ? *options.budget
-                                        : own.emplace(toolkit::ResourceBudget::kDefaultPictureBytes,
-                                                      toolkit::ResourceBudget::machineThreads());
-  driver.setBudget(&budget);
-  std::unique_ptr<search::DecodeAhead> ahead;
-  if (options.threads > 1) {
-    ahead = std::make_unique<search::DecodeAhead>(session.platform.files, options.threads, &budget);
-    driver.setDecodeAhead(ahead.get());
-  }
-  std::size_t boxesBefore = tool.boxes().size();
-  bool ended = false;
-  std::size_t records = 0;
-  driver.onFinished = [&](const search::SearchOutcome& outcome) {
-    SearchRecord record;
-    record.outcome = outcome;
-    record.currentFrame = o.CurrentFrame.value();
-    record.frame = clip.ExtractedFrame.value();
-    record.changeThreshold = state.AnalyseBMP.ChangeThreshold.value();
-    record.boxes.assign(tool.boxes().begin() + static_cast<std::ptrdiff_t>(boxesBefore),
-                        tool.boxes().end());
-    boxesBefore = tool.boxes().size();
-    // A result on the last comparison ends the run too: a search on from there would walk the
-    // clip again.
-    ended = outcome.ended != search::SearchOutcome::Ended::Found || outcome.reachedEnd;
-    ++records;
-    onRecord(record);
-  };
-  // Nobody looks into the tool's own program folder between two searches of one run: the scratch
-  // files are written when the run ends, as its last search leaves them.
-  clip::ScratchFiles& scratch = clip.scratch();
-  const bool holdRun = options.scratch == ScratchWrites::AtEnd;
-  if (holdRun) scratch.hold();
-  try {
-    for (int k = 0; options.all || k < options.count; ++k) {
-      ended = false;
-      const std::size_t recordsBefore = records;
-      driver.Click(options.direction);
-      // A clip of one frame starts no search: there is nothing to go on with.
-      if (records == recordsBefore || (ended && options.all)) break;
-      if (options.stop && options.stop()) break;
-    }
-  } catch (...) {
-    if (holdRun) scratch.flush();
-    throw;
-  }
-  if (holdRun) scratch.flush();
-  return true;
-}
-
-namespace {
 
 struct CommandOptions {
   SearchOptions search;

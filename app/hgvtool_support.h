@@ -1,150 +1,22 @@
 #pragma once
 
-// What the hgvtool commands share: a fresh session folder for the scratch files, a message sink
-// that both prints and remembers, and JSON output of the boxes shown.
+// What the command-line fronts of hgvtool share: reading numbers and areas off the command line,
+// and writing a file the user named.
 
-#include <functional>
+#include <cstdint>
 #include <iosfwd>
-#include <memory>
-#include <optional>
-#include <stdexcept>
 #include <string>
-#include <string_view>
-#include <unordered_map>
 #include <vector>
 
-#include "review/form1_fields.h"
-#include "review/session.h"
-#include "search/core/search_state.h"
-#include "toolkit/core/file_system.h"
-#include "toolkit/core/image.h"
-#include "toolkit/core/message_box.h"
-#include "toolkit/core/platform.h"
 #include "toolkit/core/rect.h"
 
 namespace app {
 
-// The temporary folder cannot hold a session's folder: TMPDIR names no folder, or it is full.
-class TempFolderError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-// Why no session folder can be made under the temporary folder; nullopt when one can.
-std::optional<std::string> tempFolderProblem();
-
-// Frames `first` to `last`, from 0.
-struct FrameRun {
-  int first = 0;
-  int last = 0;
-  friend bool operator==(const FrameRun&, const FrameRun&) = default;
-};
-
-// A box as a scan keeps it: shown once (no frames), or tied to the frames a search stood on each
-// time it came, one entry for all of them.
-struct ScanBox {
-  // Not explicit: a box shown once is a ScanBox as it is.
-  ScanBox(toolkit::MessageBoxRequest shown = {}, std::vector<FrameRun> at = {})
-      : box(std::move(shown)), frames(std::move(at)) {}
-  toolkit::MessageBoxRequest box;
-  std::vector<FrameRun> frames;  // ascending, with a frame or more between two runs
-  friend bool operator==(const ScanBox&, const ScanBox&) = default;
-};
-
-// Adds `frame` (0 or more) to `runs`, joining the runs it touches.
-void addFrame(std::vector<FrameRun>& runs, int frame);
-
-// A session of its own, as if the program had just started: a temporary program folder (removed
-// at the end; TempFolderError when there is none), real files, the module state and the search's
-// beside it at the values Form_Load gives them, and boxes that go to `err` as they are shown and
-// are kept for a JSON report.
-class ToolSession {
- public:
-  explicit ToolSession(std::ostream& err);
-  ~ToolSession();
-  ToolSession(const ToolSession&) = delete;
-  ToolSession& operator=(const ToolSession&) = delete;
-
-  toolkit::Platform& platform() { return m_platform; }
-  review::Session& session() { return *m_session; }
-  review::Form1Fields& fields() { return m_fields; }
-  search::SearchState& search() { return m_search; }
-  const std::vector<toolkit::MessageBoxRequest>& boxes() const { return m_sink.boxes(); }
-
-  // From now on each box is tied to the frame on show when it comes (the frame a search stepped
-  // onto) and kept with the same box shown before, so that a clip whose every frame fails costs
-  // one entry, not one per frame; boxes() no longer grows.
-  void gatherBoxesByFrame();
-  // Every box shown: those of boxes(), then those gathered, each where it first came.
-  std::vector<ScanBox> scanBoxes() const;
-
-  // Opens a clip as the folder button does once the file is chosen, up to decoding frame 0, with
-  // the same boxes. True when frame 0 is extracted and decodes.
-  bool openClip(const std::string& path);
-  // After openClip: frame 0 as the window shows it on opening.
-  toolkit::RgbImage openedPicture();
-
- private:
-  class TeeSink : public toolkit::MessageSink {
-   public:
-    explicit TeeSink(std::ostream& err) : m_print(err) {}
-    void show(const toolkit::MessageBoxRequest& box) override;
-    const std::vector<toolkit::MessageBoxRequest>& boxes() const { return m_record.boxes(); }
-    // Ties each box from now on to the frame `frame` gives (none when it is negative).
-    void gather(std::function<int()> frame) { m_frame = std::move(frame); }
-    const std::vector<ScanBox>& gathered() const { return m_gathered; }
-
-   private:
-    toolkit::StreamMessageSink m_print;
-    toolkit::RecordingMessageSink m_record;
-    std::function<int()> m_frame;
-    std::vector<ScanBox> m_gathered;
-    std::unordered_map<std::string, std::size_t> m_entryOf;  // a box's key: its entry
-  };
-
-  toolkit::PosixFileSystem m_files;
-  TeeSink m_sink;
-  toolkit::Platform m_platform;
-  std::unique_ptr<review::Session> m_session;
-  review::Form1Fields m_fields;
-  search::SearchState m_search;
-};
-
-// [{"text": ..., "icon": "critical"|null, "title": ...|null}, ...]
-std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes);
-// The same, with "frames": [[first, last], ...] after the title of a box tied to frames.
-std::string boxesJson(const std::vector<ScanBox>& boxes);
-
-// `text` as it may go to a terminal: control characters (C0, DEL, C1) and bytes that are not
-// UTF-8 as \xNN, so that a name cannot move the cursor, retitle the window or hide what follows.
-std::string terminalText(std::string_view text);
-
 // Parses a whole decimal number; false if `text` is not one or does not fit.
 bool parseInt(const std::string& text, long long& value);
 
-// A progress line on `err` when it is a terminal: each show() rewrites it in place, and it is
-// cleared at the end. Nothing is written elsewhere.
-class TerminalLine {
- public:
-  explicit TerminalLine(std::ostream& err);
-  ~TerminalLine();
-  TerminalLine(const TerminalLine&) = delete;
-  TerminalLine& operator=(const TerminalLine&) = delete;
-
-  bool on() const { return m_on; }
-  void show(const std::string& text);
-
- private:
-  std::ostream& m_err;
-  bool m_on;
-  bool m_shown = false;
-};
-
 // Parses "L,T,R,B", four whole numbers of 32 bits.
 bool parseArea(const std::string& text, toolkit::Rect& area);
-
-// Makes the folder and those above it; false, with the reason on `err`, when it cannot be made.
-bool makeFolder(const std::string& folder, std::ostream& err);
 
 // Writes bytes to `path` so that no half-written file is left behind: into a neighbour first,
 // then renamed over the target. Returns false (and says why on `err`) on failure.

@@ -8,11 +8,15 @@
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
 #include "review/open_clip.h"
+#include "search/driver/tool_session.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/jpeg_decoding.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace app {
+
+using search::ToolSession;
+
 namespace {
 
 // The thumbnail of "Temp.jpg" as the window's LoadPicture takes it, a bitmap file or a JPEG,

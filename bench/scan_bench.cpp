@@ -26,8 +26,8 @@
 #include <vector>
 
 #include "app/hgvtool_commands.h"
-#include "app/json_value.h"
 #include "clip/clip_writer.h"
+#include "scan/json_value.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
 #include "toolkit/writers/synthetic_scene.h"
@@ -144,7 +144,7 @@ int main() {
     events = 0;
     std::istringstream lines(out.str());
     for (std::string line; std::getline(lines, line);) {
-      if (const auto object = app::JsonValue::parse(line)) {
+      if (const auto object = scan::JsonValue::parse(line)) {
         events += (*object)["events"].array().size();
       }
     }

@@ -27,12 +27,12 @@
 #include <thread>
 #include <vector>
 
-#include "app/clip_search.h"
 #include "clip/clip_writer.h"
 #include "clip/separate_mjpg.h"
 #include "search/core/analyse_bmp.h"
 #include "search/core/cell_sums.h"
 #include "search/core/frame_decoder.h"
+#include "search/driver/tool_search.h"
 #include "toolkit/converters/jpg_to_bmp.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
@@ -273,14 +273,14 @@ class ClipBench {
   // Returns frames per second and counts the results.
   double searchFps(int threads, int& results) {
     std::ostringstream quiet;
-    app::ToolSession tool(quiet);
+    search::ToolSession tool(quiet);
     if (!tool.openClip(m_path)) return 0;
-    app::SearchOptions options;
+    search::SearchOptions options;
     options.all = true;
     options.threads = threads;
     results = 0;
     const auto start = Clock::now();
-    app::runSearches(tool, options, [&](const app::SearchRecord& r) {
+    search::runSearches(tool, options, [&](const search::SearchRecord& r) {
       if (r.outcome.ended == search::SearchOutcome::Ended::Found) ++results;
     });
     return frames() / secondsSince(start);

@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "app/json_value.h"
-#include "app/scan_journal.h"
-#include "app/scan_record.h"
+#include "scan/journal.h"
+#include "scan/json_value.h"
+#include "scan/record.h"
 #include "tests/support/memory_file_system.h"
 #include "toolkit/core/runtime_error.h"
 
@@ -19,44 +19,46 @@ void check(bool holds) {
 }
 
 // A value the JSON reader took holds finite numbers and UTF-8 strings only, at any depth.
-void checkValue(const app::JsonValue& value, int depth) {
+void checkValue(const scan::JsonValue& value, int depth) {
   check(depth <= 65);
-  if (value.kind() == app::JsonValue::Kind::Number) check(std::isfinite(value.number()));
-  if (value.kind() == app::JsonValue::Kind::String) check(app::isUtf8(value.string()));
-  for (const app::JsonValue& item : value.array()) checkValue(item, depth + 1);
+  if (value.kind() == scan::JsonValue::Kind::Number) check(std::isfinite(value.number()));
+  if (value.kind() == scan::JsonValue::Kind::String) check(scan::isUtf8(value.string()));
+  for (const scan::JsonValue& item : value.array()) checkValue(item, depth + 1);
   for (const auto& [key, item] : value.members()) {
-    check(app::isUtf8(key));
+    check(scan::isUtf8(key));
     checkValue(item, depth + 1);
   }
 }
 
-bool inClip(int frame, const app::ClipScan& scan) { return frame >= 0 && frame < scan.totalFrames; }
+bool inClip(int frame, const scan::ClipScan& scan) {
+  return frame >= 0 && frame < scan.totalFrames;
+}
 
-void checkRecord(const app::ClipScan& scan) {
+void checkRecord(const scan::ClipScan& scan) {
   check(!scan.clip.empty() && std::isfinite(scan.scanSeconds) && scan.scanSeconds >= 0);
   check(scan.totalFrames >= 0 && (scan.opened || scan.totalFrames == 0));
   if (!scan.refused.empty()) check(scan.events.empty() && scan.stamp.size == -1);
-  for (const app::ScanBox& box : scan.boxes) {
-    for (const app::FrameRun& run : box.frames) {
+  for (const search::ScanBox& box : scan.boxes) {
+    for (const search::FrameRun& run : box.frames) {
       check(inClip(run.first, scan) && inClip(run.last, scan) && run.first <= run.last);
     }
   }
-  for (const app::MotionFrame& m : scan.motion) check(inClip(m.frame, scan));
-  for (const app::Event& e : scan.events) {
+  for (const scan::MotionFrame& m : scan.motion) check(inClip(m.frame, scan));
+  for (const scan::Event& e : scan.events) {
     check(inClip(e.clipFrom, scan) && e.clipFrom <= e.startFrame && e.startFrame <= e.peakFrame &&
           e.peakFrame <= e.endFrame && e.endFrame <= e.clipTo && inClip(e.clipTo, scan));
     check(e.motionFrames >= 1 && e.peakCells >= 0);
-    check(e.thumbnail.empty() || e.thumbnail == app::eventFileName(scan.clip, e.number, ".jpg"));
-    check(e.exported.empty() || app::isEventFileName(e.exported));
+    check(e.thumbnail.empty() || e.thumbnail == scan::eventFileName(scan.clip, e.number, ".jpg"));
+    check(e.exported.empty() || scan::isEventFileName(e.exported));
   }
   // Written and read back, a record is itself again, and what is written is JSON.
-  const std::string line = app::recordLine(scan);
-  check(app::isUtf8(line));
-  const auto value = app::JsonValue::parse(line);
+  const std::string line = scan::recordLine(scan);
+  check(scan::isUtf8(line));
+  const auto value = scan::JsonValue::parse(line);
   check(value.has_value());
-  const auto again = app::recordOf(*value);
+  const auto again = scan::recordOf(*value);
   check(again.has_value() && again->refused.empty());
-  check(again->clip == scan.clip && again->stamp == scan.stamp && app::recordLine(*again) == line);
+  check(again->clip == scan.clip && again->stamp == scan.stamp && scan::recordLine(*again) == line);
 }
 
 }  // namespace
@@ -67,14 +69,14 @@ void readJournalBytes(const std::uint8_t* data, std::size_t size) {
     end = bytes.find('\n', start);
     if (end == std::string::npos) end = bytes.size();
     if (const auto value =
-            app::JsonValue::parse(std::string_view(bytes).substr(start, end - start))) {
+            scan::JsonValue::parse(std::string_view(bytes).substr(start, end - start))) {
       checkValue(*value, 0);
     }
   }
   testing_support::MemoryFileSystem fs;
   fs.files["/scan/scan.jsonl"].assign(data, data + size);
-  for (const app::ClipScan& scan : app::readJournal(fs, "/scan")) checkRecord(scan);
-  app::ScanJournal journal(fs, "/scan");
+  for (const scan::ClipScan& scan : scan::readJournal(fs, "/scan")) checkRecord(scan);
+  scan::ScanJournal journal(fs, "/scan");
   try {
     journal.open(true);
   } catch (const toolkit::RuntimeError&) {

@@ -13,7 +13,7 @@ case "$target" in
   clip_reader) tests=clip/clip_test filter='FuzzReplayTest.*' max_len=65536 malloc_mb=64 ;;
   jpeg_frame) tests=search/search_test filter='JpegFrameFuzzReplayTest.*' max_len=32768 malloc_mb=64 ;;
   handover_request) tests=review/review_test filter='HandOverFuzzReplayTest.*' max_len=70000 malloc_mb=64 ;;
-  journal) tests=search/search_window_test filter='JournalFuzzReplayTest.*' max_len=65536 malloc_mb=256 ;;
+  journal) tests=scan/scan_test filter='JournalFuzzReplayTest.*' max_len=65536 malloc_mb=256 ;;
   *) echo "fuzz/run.sh: unknown target $target" >&2; exit 2 ;;
 esac
 

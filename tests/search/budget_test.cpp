@@ -9,11 +9,10 @@
 #include <sstream>
 #include <string>
 
-#include "app/clip_search.h"
 #include "app/hgvtool_commands.h"
-#include "app/scan_command.h"
 #include "clip/clip_writer.h"
 #include "search/driver/decode_ahead.h"
+#include "search/driver/tool_search.h"
 #include "tests/support/jpeg_samples.h"
 #include "tests/support/temp_dir.h"
 #include "toolkit/core/file_system.h"
@@ -61,13 +60,13 @@ class SearchBudgetTest : public ::testing::Test {
   // scratch files it leaves.
   std::string searchAll(const std::string& clip, int threads, ResourceBudget& budget) {
     std::ostringstream err, log;
-    app::ToolSession tool(err);
+    search::ToolSession tool(err);
     if (!tool.openClip(clip)) return "not opened: " + err.str();
-    app::SearchOptions options;
+    search::SearchOptions options;
     options.all = true;
     options.threads = threads;
     options.budget = &budget;
-    app::runSearches(tool, options, [&](const app::SearchRecord& r) {
+    search::runSearches(tool, options, [&](const search::SearchRecord& r) {
       log << static_cast<int>(r.outcome.ended) << " at " << r.frame << " (" << r.currentFrame
           << ") after " << r.outcome.comparisons << ":";
       for (const search::CellPoint& p : r.outcome.marked)
@@ -133,7 +132,7 @@ TEST_F(SearchBudgetTest, AScanFindsTheSameOnOneThreadAsOnEight) {
   for (auto [threads, bytes] : {std::pair{8, kAmple}, {1, std::int64_t{1}}, {3, kAmple}}) {
     SCOPED_TRACE(::testing::Message() << threads << " threads, " << bytes << " bytes");
     ResourceBudget budget(bytes, threads);
-    app::ScanEnvironment env;
+    scan::ScanEnvironment env;
     env.budget = &budget;
     std::ostringstream out, err;
     EXPECT_EQ(app::runScan({dir.file("card"), "--json", "--jobs", "16"}, out, err, env), 0)

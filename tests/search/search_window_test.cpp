@@ -4,9 +4,9 @@
 
 #include <filesystem>
 
-#include "app/clip_search.h"
 #include "clip/clip_writer.h"
 #include "search/core/marks.h"
+#include "search/driver/tool_search.h"
 #include "tests/support/window_fixture.h"
 #include "toolkit/converters/jpg_to_bmp.h"
 #include "toolkit/core/program_folder.h"
@@ -450,18 +450,18 @@ TEST_F(SearchWindowTest, TheToolFindsWhatTheWindowFinds) {
     if (m_outcomes.back().ended != Ended::Found) break;
   }
   std::ostringstream err;
-  app::ToolSession tool(err);
+  search::ToolSession tool(err);
   ASSERT_TRUE(tool.openClip(state().ClipFileName));
-  app::SearchOptions options;
+  search::SearchOptions options;
   options.from = 1;
   options.all = true;
   options.area = form().DrawRectangle.SearchArea;
   options.sensitivity = form().AnalyseBMP.Sensitivity;
-  options.scratch = app::ScratchWrites::AfterEachSearch;
-  std::vector<app::SearchRecord> records;
+  options.scratch = search::ScratchWrites::AfterEachSearch;
+  std::vector<search::SearchRecord> records;
   std::vector<std::vector<std::uint8_t>> toolMarked;
   const std::string toolMarks = toolkit::inFolder(tool.platform().programFolder, "temp.bmp");
-  ASSERT_TRUE(app::runSearches(tool, options, [&](const app::SearchRecord& r) {
+  ASSERT_TRUE(search::runSearches(tool, options, [&](const search::SearchRecord& r) {
     records.push_back(r);
     toolMarked.push_back(r.outcome.ended == Ended::Found ? readBytes(toolMarks)
                                                          : std::vector<std::uint8_t>{});

@@ -1,4 +1,4 @@
-#include "app/scan_events.h"
+#include "scan/events.h"
 
 #include <algorithm>
 #include <climits>
@@ -6,7 +6,7 @@
 
 #include "search/core/marks.h"
 
-namespace app {
+namespace scan {
 
 std::optional<Duration> Duration::parse(const std::string& text) {
   if (text.empty()) return std::nullopt;
@@ -99,4 +99,4 @@ std::vector<Event> groupEvents(const std::vector<MotionFrame>& motion, const Eve
   return events;
 }
 
-}  // namespace app
+}  // namespace scan

@@ -3,8 +3,6 @@
 // the file names the scan writes, and the report's JSON, CSV and terminal lines stay what their
 // readers take them for.
 
-#include "app/scan_record.h"
-
 #include <gtest/gtest.h>
 
 #include <array>
@@ -12,10 +10,17 @@
 #include <sstream>
 
 #include "app/hgvtool_commands.h"
-#include "app/json_value.h"
-#include "app/scan_report.h"
+#include "scan/json_value.h"
+#include "scan/record.h"
+#include "scan/report.h"
+#include "scan/terminal.h"
+#include "search/driver/tool_session.h"
 
-namespace app {
+namespace scan {
+
+using search::addFrame;
+using search::FrameRun;
+using search::ScanBox;
 namespace {
 
 TEST(JsonReaderTest, TakesOnlyWhatJsonAllows) {
@@ -327,4 +332,4 @@ TEST(EventFileNameTest, NamesCarrySixtyFourBitsOfTheirPathAndKeepTheirShape) {
 }
 
 }  // namespace
-}  // namespace app
+}  // namespace scan

@@ -9,9 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "app/clip_scan.h"
+#include "scan/one_clip.h"
+#include "search/driver/tool_session.h"
+#include "toolkit/core/file_system.h"
+#include "toolkit/core/message_box.h"
 
-namespace app {
+namespace scan {
 
 // One clip as one JSON object on one line: {"clip", "opened", "ended", "TotalFrames",
 // "frame_rate", "duration_s", "boxes", "motion": [...], "events": [...]}.
@@ -33,5 +36,20 @@ void printScanText(const ClipScan& scan, std::ostream& out);
 
 // A time as HH:MM:SS.mmm.
 std::string clockTime(double seconds);
+// Seconds as a plain decimal, to the microsecond a frame rate is given in.
+std::string secondsText(double seconds);
+// The clip's file name without its folders; the path itself when it has none.
+std::string clipFileName(const std::string& path);
 
-}  // namespace app
+// The texts of the clip's message boxes on one line, " | " between them.
+std::string scanMessage(const ClipScan& scan);
+
+// [{"text": ..., "icon": "critical"|null, "title": ...|null}, ...]
+std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes);
+// The same, with "frames": [[first, last], ...] after the title of a box tied to frames.
+std::string boxesJson(const std::vector<search::ScanBox>& boxes);
+
+// Makes the folder and those above it; false, with the reason on `err`, when it cannot be made.
+bool makeFolder(const std::string& folder, std::ostream& err);
+
+}  // namespace scan

@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "app/hgvtool_commands.h"
-#include "tests/support/window_fixture.h"
+#include "tests/support/scene_clips.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ using testing_support::ToolRun;
 using testing_support::readBytes;
 using testing_support::Square;
 
-class HgvtoolSearchTest : public testing_support::WindowFixture {
+class HgvtoolSearchTest : public testing_support::SceneClipTest {
  protected:
   ToolRun search(app::Args args) {
     std::ostringstream out, err;

@@ -8,13 +8,13 @@
 #include <random>
 #include <sstream>
 
-#include "app/scan_command.h"
+#include "app/hgvtool_commands.h"
 #include "fuzz/journal_fuzz.h"
-#include "tests/support/window_fixture.h"
+#include "tests/support/scene_clips.h"
 
 namespace {
 
-class JournalFuzzReplayTest : public testing_support::WindowFixture {
+class JournalFuzzReplayTest : public testing_support::SceneClipTest {
  protected:
   // The journal of a scan of a clip with events and their clips, a clip of frames that fail, a
   // file that is no clip, and a clip whose name is not UTF-8; then that journal line by line.

@@ -9,12 +9,13 @@
 #include <filesystem>
 #include <sstream>
 
-#include "app/clip_scan.h"
-#include "app/hgvtool_support.h"
-#include "app/json_value.h"
-#include "app/scan_command.h"
+#include "app/hgvtool_commands.h"
+#include "scan/clip_walk.h"
+#include "scan/json_value.h"
+#include "scan/one_clip.h"
+#include "search/driver/tool_session.h"
 #include "tests/support/faulty_file_system.h"
-#include "tests/support/window_fixture.h"
+#include "tests/support/scene_clips.h"
 
 namespace {
 
@@ -26,10 +27,10 @@ using testing_support::readBytes;
 // The first message of each clip of events.json that was refused, by the clip's path.
 std::map<std::string, std::string> refusals(const std::string& eventsJsonPath) {
   const std::vector<std::uint8_t> bytes = readBytes(eventsJsonPath);
-  const auto all = app::JsonValue::parse(std::string(bytes.begin(), bytes.end()));
+  const auto all = scan::JsonValue::parse(std::string(bytes.begin(), bytes.end()));
   EXPECT_TRUE(all.has_value());
   std::map<std::string, std::string> out;
-  for (const app::JsonValue& item : all ? all->array() : std::vector<app::JsonValue>{}) {
+  for (const scan::JsonValue& item : all ? all->array() : std::vector<scan::JsonValue>{}) {
     if (item["ended"].string() == "refused" && !item["boxes"].array().empty()) {
       out[item["clip"].string()] = item["boxes"].array()[0]["text"].string();
     }
@@ -37,7 +38,7 @@ std::map<std::string, std::string> refusals(const std::string& eventsJsonPath) {
   return out;
 }
 
-class ScanWalkTest : public testing_support::WindowFixture {
+class ScanWalkTest : public testing_support::SceneClipTest {
  protected:
   ScanWalkTest() {
     card = file("card");
@@ -50,7 +51,7 @@ class ScanWalkTest : public testing_support::WindowFixture {
     args.insert(args.begin(), card);
     args.insert(args.end(), {"--jobs", "1", "--merge-gap", "2f", "--min-event", "1f"});
     std::ostringstream out, err;
-    app::ScanEnvironment env;
+    scan::ScanEnvironment env;
     env.files = &files;
     const int status = app::runScan(args, out, err, env);
     return {status, out.str(), err.str()};
@@ -72,8 +73,8 @@ class ScanWalkTest : public testing_support::WindowFixture {
 TEST_F(ScanWalkTest, AnUnreadableFolderAFifoAndATooDeepFolderAreListedAndTheRestIsScanned) {
   files.lockFoldersContaining = "/locked";
   ASSERT_EQ(::mkfifo((card + "/x.hgv").c_str(), 0600), 0);
-  const std::string deep = deepFolder(app::kMaxFolderDepth + 1);
-  deepFolder(app::kMaxFolderDepth);  // its clip is at the deepest level still walked
+  const std::string deep = deepFolder(scan::kMaxFolderDepth + 1);
+  deepFolder(scan::kMaxFolderDepth);  // its clip is at the deepest level still walked
   const std::string report = file("report");
   const ToolRun run = scan({"--out", report});
   EXPECT_EQ(run.status, 1) << run.err;
@@ -122,7 +123,7 @@ TEST_F(ScanWalkTest, ATemporaryFolderThatIsNotThereIsAClearMessage) {
   ::setenv("TMPDIR", file("gone").c_str(), 1);
   const ToolRun run = scan({});
   std::ostringstream err;
-  EXPECT_THROW(app::ToolSession session(err), app::TempFolderError);
+  EXPECT_THROW(search::ToolSession session(err), search::TempFolderError);
   old ? ::setenv("TMPDIR", saved.c_str(), 1) : ::unsetenv("TMPDIR");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.err, "hgvtool: the temporary folder \"" + file("gone") +

@@ -1,13 +1,13 @@
-#include "app/scan_journal.h"
+#include "scan/journal.h"
 
 #include <algorithm>
 #include <map>
 
-#include "app/json_value.h"
-#include "app/scan_record.h"
+#include "scan/json_value.h"
+#include "scan/record.h"
 #include "toolkit/core/runtime_error.h"
 
-namespace app {
+namespace scan {
 namespace {
 
 // The records of the journal's bytes, how many bytes of whole lines there are, and how many
@@ -113,4 +113,4 @@ std::vector<ClipScan> latestRecords(const std::vector<ClipScan>& records) {
   return out;
 }
 
-}  // namespace app
+}  // namespace scan

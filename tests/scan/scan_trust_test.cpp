@@ -7,10 +7,10 @@
 #include <regex>
 #include <sstream>
 
-#include "app/clip_scan.h"
-#include "app/json_value.h"
-#include "app/scan_command.h"
-#include "tests/support/window_fixture.h"
+#include "app/hgvtool_commands.h"
+#include "scan/json_value.h"
+#include "scan/one_clip.h"
+#include "tests/support/scene_clips.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ using testing_support::text;
 using testing_support::ToolRun;
 
 namespace fs = std::filesystem;
-using app::JsonValue;
+using scan::JsonValue;
 using testing_support::readBytes;
 
 void put(const std::string& path, const std::string& content) {
@@ -29,11 +29,11 @@ void put(const std::string& path, const std::string& content) {
 // `line` with the first value of `"key": "..."` replaced by `value`.
 std::string withName(std::string line, const std::string& key, const std::string& value) {
   const std::regex name("\"" + key + "\": \"[^\"]*\"");
-  return std::regex_replace(line, name, "\"" + key + "\": " + app::jsonString(value),
+  return std::regex_replace(line, name, "\"" + key + "\": " + scan::jsonString(value),
                             std::regex_constants::format_first_only);
 }
 
-class ScanTrustTest : public testing_support::WindowFixture {
+class ScanTrustTest : public testing_support::SceneClipTest {
  protected:
   ScanTrustTest() : folder(file("card")) { fs::create_directories(folder); }
 
@@ -62,7 +62,7 @@ class ScanTrustTest : public testing_support::WindowFixture {
     const std::regex link(R"re((href|src)="([^"]*)")re");
     for (auto it = std::sregex_iterator(page.begin(), page.end(), link);
          it != std::sregex_iterator(); ++it) {
-      EXPECT_TRUE(app::isEventFileName((*it)[2].str())) << (*it)[0].str();
+      EXPECT_TRUE(scan::isEventFileName((*it)[2].str())) << (*it)[0].str();
     }
   }
 
@@ -117,7 +117,7 @@ TEST_F(ScanTrustTest, AJournalNamingFilesElsewhereHarmsNothingWhenJoinedOrResume
   EXPECT_EQ(report({file("merged"), shard}).status, 0);
   const std::string rejoined = text(file("merged/index.html"));
   expectLinksInside(rejoined);
-  EXPECT_NE(rejoined.find("<img src=\"" + app::eventFileName(folder + "/a.HGV", 1, ".jpg")),
+  EXPECT_NE(rejoined.find("<img src=\"" + scan::eventFileName(folder + "/a.HGV", 1, ".jpg")),
             std::string::npos);
 }
 
@@ -160,10 +160,10 @@ TEST_F(ScanTrustTest, ANameThatIsNotUtf8IsValidJsonAndItsBytesComeBack) {
   const ToolRun first = scan({folder, "--out", out});
   ASSERT_EQ(first.status, 0) << first.err;
   const std::string json = text(out + "/events.json");
-  EXPECT_TRUE(app::isUtf8(json));
+  EXPECT_TRUE(scan::isUtf8(json));
   const JsonValue events = JsonValue::parse(json).value();
   const JsonValue& clip = events.array().at(0);
-  EXPECT_EQ(clip["clip"].string(), app::validUtf8(odd));
+  EXPECT_EQ(clip["clip"].string(), scan::validUtf8(odd));
   std::string bytes;
   const std::string& hex = clip["clip_bytes"].string();
   for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
@@ -172,9 +172,9 @@ TEST_F(ScanTrustTest, ANameThatIsNotUtf8IsValidJsonAndItsBytesComeBack) {
   EXPECT_EQ(bytes, odd);
   EXPECT_FALSE(events.array().at(1).has("clip_bytes"));
   for (const std::string& line : lines(text(out + "/scan.jsonl"))) {
-    EXPECT_TRUE(app::isUtf8(line) && JsonValue::parse(line).has_value()) << line;
+    EXPECT_TRUE(scan::isUtf8(line) && JsonValue::parse(line).has_value()) << line;
   }
-  EXPECT_TRUE(app::isUtf8(first.out)) << "escaped on the terminal as well";
+  EXPECT_TRUE(scan::isUtf8(first.out)) << "escaped on the terminal as well";
   EXPECT_NE(first.out.find("/caf\\xe9\\xff.HGV: 10 frames"), std::string::npos) << first.out;
 
   const ToolRun resumed = scan({folder, "--out", out, "--resume"});

@@ -9,10 +9,10 @@
 #include <optional>
 #include <string>
 
-#include "app/clip_scan.h"
-#include "app/json_value.h"
+#include "scan/json_value.h"
+#include "scan/one_clip.h"
 
-namespace app {
+namespace scan {
 
 // The clip's whole line, without its line break.
 std::string recordLine(const ClipScan& scan);
@@ -30,4 +30,4 @@ ClipScan refusedRecord(const std::string& clip, const std::string& why);
 // The size and modification time of the file at `path`; size -1 when there is none.
 FileStamp stampOf(const std::string& path);
 
-}  // namespace app
+}  // namespace scan

@@ -19,7 +19,7 @@
 
 #include "search/core/analyse_bmp.h"
 
-namespace app {
+namespace scan {
 
 // A frame the searches stopped at, with the corners of the cells they marked on it.
 struct MotionFrame {
@@ -71,4 +71,4 @@ double frameSeconds(std::uint32_t microSecPerFrame);
 std::vector<Event> groupEvents(const std::vector<MotionFrame>& motion, const EventRules& rules,
                                double fd, int totalFrames);
 
-}  // namespace app
+}  // namespace scan

@@ -7,11 +7,11 @@
 #include <sstream>
 
 #include "app/hgvtool_commands.h"
-#include "app/json_value.h"
-#include "app/scan_events.h"
 #include "clip/clip_writer.h"
+#include "scan/events.h"
+#include "scan/json_value.h"
 #include "tests/support/media_facts.h"
-#include "tests/support/window_fixture.h"
+#include "tests/support/scene_clips.h"
 #include "toolkit/core/image.h"
 
 namespace {
@@ -20,7 +20,7 @@ using testing_support::lines;
 using testing_support::text;
 using testing_support::ToolRun;
 
-using app::JsonValue;
+using scan::JsonValue;
 using testing_support::readBytes;
 using testing_support::Square;
 
@@ -45,10 +45,10 @@ std::vector<std::string> motionOf(const JsonValue& object) {
   return out;
 }
 
-std::vector<app::MotionFrame> motionFrames(const JsonValue& object) {
-  std::vector<app::MotionFrame> out;
+std::vector<scan::MotionFrame> motionFrames(const JsonValue& object) {
+  std::vector<scan::MotionFrame> out;
   for (const JsonValue& m : object["motion"].array()) {
-    app::MotionFrame frame{static_cast<int>(m["frame"].integer()), {}};
+    scan::MotionFrame frame{static_cast<int>(m["frame"].integer()), {}};
     for (const JsonValue& p : m["marked"].array()) {
       frame.marked.push_back({static_cast<std::int32_t>(p.array()[0].integer()),
                               static_cast<std::int32_t>(p.array()[1].integer())});
@@ -58,8 +58,13 @@ std::vector<app::MotionFrame> motionFrames(const JsonValue& object) {
   return out;
 }
 
-class HgvtoolScanTest : public testing_support::WindowFixture {
+class HgvtoolScanTest : public testing_support::SceneClipTest {
  protected:
+  // hgvtool scan on the machine's own files and budget.
+  static int scanCommand(const app::Args& args, std::ostream& out, std::ostream& err) {
+    return app::runScan(args, out, err);
+  }
+
   template <typename Run>
   ToolRun run(Run command, app::Args args) {
     std::ostringstream out, err;
@@ -126,7 +131,7 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
   const std::string out = file("report");
   app::Args args = {folder, "--out", out, "--jobs", "3", "--clips", "hgv"};
   args.insert(args.end(), kRules.begin(), kRules.end());
-  const ToolRun scan = run(app::runScan, args);
+  const ToolRun scan = run(scanCommand, args);
   EXPECT_EQ(scan.status, 1) << "a clip was refused";
   EXPECT_NE(scan.out.find("\n5 clips, "), std::string::npos) << scan.out;
   EXPECT_NE(scan.out.find(" events: " + out + "/index.html\n"), std::string::npos);
@@ -137,7 +142,7 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
                                           folder + "/d-one.HGV"};
   const JsonValue report = json(text(out + "/events.json"));
   ASSERT_EQ(report.array().size(), clips.size());
-  app::EventRules rules;
+  scan::EventRules rules;
   rules.mergeGap = {0, 2};
   rules.minEvent = {0, 1};
   rules.before = {0, 1};
@@ -151,8 +156,8 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
     EXPECT_EQ(object["ended"].string(), "end_of_run");
     EXPECT_EQ(object["frame_rate"].number(), 10);
     EXPECT_EQ(motionOf(object), searchAll(clips[i])) << "the motion frames of search --all";
-    const auto want = app::groupEvents(motionFrames(object), rules, 0.1,
-                                       static_cast<int>(object["TotalFrames"].integer()));
+    const auto want = scan::groupEvents(motionFrames(object), rules, 0.1,
+                                        static_cast<int>(object["TotalFrames"].integer()));
     ASSERT_EQ(object["events"].array().size(), want.size());
     for (std::size_t k = 0; k < want.size(); ++k) {
       const JsonValue& e = object["events"].array()[k];
@@ -224,7 +229,7 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
   // --json prints the same objects, and one job finds what three found.
   args = {folder, "--json", "--jobs", "1"};
   args.insert(args.end(), kRules.begin(), kRules.end());
-  const ToolRun printed = run(app::runScan, args);
+  const ToolRun printed = run(scanCommand, args);
   EXPECT_EQ(printed.status, 1);
   const auto objects = lines(printed.out);
   ASSERT_EQ(objects.size(), clips.size());
@@ -244,7 +249,7 @@ TEST_F(HgvtoolScanTest, EventClipsAsVideosPlayTheirFramesAtTheSourcesRate) {
     const std::string out = file(std::string("videos-") + format);
     app::Args args = {clip, "--out", out, "--clips", format, "--json"};
     args.insert(args.end(), kRules.begin(), kRules.end());
-    const ToolRun scan = run(app::runScan, args);
+    const ToolRun scan = run(scanCommand, args);
     ASSERT_EQ(scan.status, 0) << scan.err;
     const JsonValue object = json(lines(scan.out).at(0));
     ASSERT_FALSE(object["events"].array().empty());
@@ -268,17 +273,17 @@ TEST_F(HgvtoolScanTest, BadOptionsAreUsageErrorsThatWriteNothing) {
         app::Args{clip, "--min-event", "3x", "--out", out},
         app::Args{clip, "--before", "", "--out", out}, app::Args{clip, "--after"},
         app::Args{clip, "--clips", "gif", "--out", out}, app::Args{clip, "--clips", "mp4"}}) {
-    const ToolRun r = run(app::runScan, args);
+    const ToolRun r = run(scanCommand, args);
     EXPECT_EQ(r.status, 2) << ::testing::PrintToString(args);
     EXPECT_EQ(r.err.rfind("usage: hgvtool scan", 0), 0u);
     EXPECT_TRUE(r.out.empty());
   }
   EXPECT_FALSE(std::filesystem::exists(out));
   std::filesystem::create_directories(file("empty"));
-  const ToolRun none = run(app::runScan, {file("empty")});
+  const ToolRun none = run(scanCommand, {file("empty")});
   EXPECT_EQ(none.status, 1);
   EXPECT_EQ(none.err, "hgvtool: no .hgv clips found\n");
-  const ToolRun gone = run(app::runScan, {file("gone.HGV"), "--json"});
+  const ToolRun gone = run(scanCommand, {file("gone.HGV"), "--json"});
   EXPECT_EQ(gone.status, 1);
   EXPECT_EQ(json(gone.out)["opened"].boolean(), false);
 }

@@ -1,14 +1,17 @@
-#include "app/scan_record.h"
+#include "scan/record.h"
 
 #include <sys/stat.h>
 
 #include <cmath>
 #include <limits>
 
-#include "app/scan_report.h"
 #include "clip/clip_format.h"
+#include "scan/report.h"
 
-namespace app {
+namespace scan {
+
+using search::FrameRun;
+using search::ScanBox;
 
 std::string recordLine(const ClipScan& scan) {
   std::string line = scanJson(scan);
@@ -224,4 +227,4 @@ FileStamp stampOf(const std::string& path) {
           static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
 }
 
-}  // namespace app
+}  // namespace scan

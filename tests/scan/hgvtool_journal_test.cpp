@@ -7,9 +7,10 @@
 #include <regex>
 #include <sstream>
 
-#include "app/scan_command.h"
+#include "app/hgvtool_commands.h"
+#include "scan/clip_walk.h"
 #include "tests/support/faulty_file_system.h"
-#include "tests/support/window_fixture.h"
+#include "tests/support/scene_clips.h"
 
 namespace {
 
@@ -20,7 +21,7 @@ using testing_support::ToolRun;
 namespace fs = std::filesystem;
 using testing_support::readBytes;
 
-class HgvtoolJournalTest : public testing_support::WindowFixture {
+class HgvtoolJournalTest : public testing_support::SceneClipTest {
  protected:
   HgvtoolJournalTest() {
     folder = file("card");
@@ -36,7 +37,7 @@ class HgvtoolJournalTest : public testing_support::WindowFixture {
     toolkit::writeWholeFile(m_files, folder + "/e.HGV", std::vector<std::uint8_t>(900, 0x33));
   }
 
-  ToolRun scan(app::Args args, const app::ScanEnvironment& env = {}) {
+  ToolRun scan(app::Args args, const scan::ScanEnvironment& env = {}) {
     args.insert(args.begin(), folder);
     args.insert(args.end(), {"--jobs", "1", "--merge-gap", "2f", "--min-event", "1f"});
     std::ostringstream out, err;
@@ -78,9 +79,9 @@ TEST_F(HgvtoolJournalTest, AnInterruptedScanResumedGivesTheUninterruptedReport) 
   for (const int signal : {SIGINT, SIGTERM}) {
     SCOPED_TRACE(signal);
     const std::string out = file("interrupted-" + std::to_string(signal));
-    app::ScanEnvironment env;
+    scan::ScanEnvironment env;
     int done = 0;
-    env.afterClip = [&](const app::ClipScan&) {
+    env.afterClip = [&](const scan::ClipScan&) {
       if (++done == 2) std::raise(signal);
     };
     const ToolRun stopped = scan({"--out", out}, env);
@@ -139,7 +140,7 @@ TEST_F(HgvtoolJournalTest, AFullDiskEndsTheScanAndResumeGoesOnFromItsJournal) {
   }
   testing_support::FaultyFileSystem faulty;
   faulty.room = room;
-  app::ScanEnvironment env;
+  scan::ScanEnvironment env;
   env.files = &faulty;
   const ToolRun full = scan({"--out", out}, env);
   EXPECT_EQ(full.status, 1);
@@ -155,7 +156,7 @@ TEST_F(HgvtoolJournalTest, AFullDiskEndsTheScanAndResumeGoesOnFromItsJournal) {
 
 TEST_F(HgvtoolJournalTest, ShardsJoinedGiveTheReportOfOneScan) {
   const std::string want = reference();
-  const std::vector<std::string> clips = app::findClips(m_files, {folder}).clips;
+  const std::vector<std::string> clips = scan::findClips(m_files, {folder}).clips;
   for (int shards : {1, 2, 3}) {
     SCOPED_TRACE(shards);
     app::Args folders = {file("joined-" + std::to_string(shards))};
@@ -164,7 +165,7 @@ TEST_F(HgvtoolJournalTest, ShardsJoinedGiveTheReportOfOneScan) {
       const std::string part = file("shard-" + std::to_string(k) + "-of-" + std::to_string(shards));
       scan({"--out", part, "--shard", std::to_string(k) + "/" + std::to_string(shards)});
       folders.push_back(part);
-      for (const std::string& clip : app::shareOf(clips, k, shards)) seen.push_back(clip);
+      for (const std::string& clip : scan::shareOf(clips, k, shards)) seen.push_back(clip);
     }
     std::sort(seen.begin(), seen.end());
     EXPECT_EQ(seen, clips) << "every clip in exactly one share";

@@ -4,13 +4,12 @@
 // the end of its run, each search going on from the frame the last one found, on a session of its
 // own (as if the program had just started and opened that clip) and without scratch files, so
 // that a clip's motion frames are exactly those `hgvtool search --all` lists for it alone. The
-// motion frames are then grouped into events (app/scan_events.h), each with a thumbnail of its
+// motion frames are then grouped into events (scan/events.h), each with a thumbnail of its
 // peak frame and, when asked for, a clip of its own.
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -18,14 +17,14 @@
 #include <utility>
 #include <vector>
 
-#include "app/hgvtool_support.h"
-#include "app/scan_events.h"
+#include "scan/events.h"
+#include "search/driver/tool_session.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/rect.h"
 #include "toolkit/core/resource_budget.h"
 
-namespace app {
+namespace scan {
 
 // The format of the events' own clips.
 enum class EventClips { None, Hgv, Wmv, Mp4 };
@@ -67,7 +66,7 @@ struct ClipScan {
   bool broke = false;  // a search ended with an error before the end of the run
   int totalFrames = 0;
   std::uint32_t microSecPerFrame = 0;  // as the main header gives it
-  std::vector<ScanBox> boxes;
+  std::vector<search::ScanBox> boxes;
   std::vector<MotionFrame> motion;
   std::vector<Event> events;
   double scanSeconds = 0;    // how long its scan took
@@ -76,28 +75,9 @@ struct ClipScan {
   // empty for a scan taken or done. Such a record is the clip's problem, not its scan.
   std::string refused;
 
-  double frameSeconds() const { return app::frameSeconds(microSecPerFrame); }
+  double frameSeconds() const { return scan::frameSeconds(microSecPerFrame); }
   double durationSeconds() const { return totalFrames * frameSeconds(); }
 };
-
-// The clips among `paths`, and what could not be looked through.
-struct ClipList {
-  // A file as it is, a folder's ".hgv" names (any case) at any depth, whatever kind of file they
-  // are (a FIFO or device is refused when it is opened); all sorted by path, each once. A path
-  // that does not exist is kept, so that it is reported as refused.
-  std::vector<std::string> clips;
-  // Folders that could not be read or lie too deep, by path, with the reason; each is also among
-  // `clips`, to be reported with the clips that could not be opened.
-  std::map<std::string, std::string> problems;
-};
-
-// How deep a walk goes below a folder given; deeper folders are problems.
-inline constexpr int kMaxFolderDepth = 64;
-
-ClipList findClips(toolkit::FileSystem& files, const std::vector<std::string>& paths);
-
-// The scan of a path the walk could not look through: refused, with the walk's reason.
-ClipScan walkProblem(const std::string& path, const std::string& reason);
 
 // How far the scan of one clip is, read by another thread.
 struct ScanProgress {
@@ -127,7 +107,4 @@ bool isEventFileName(std::string_view name);
 std::vector<std::pair<std::string, std::string>> clipsSharingNames(
     const std::vector<std::string>& clips, const std::vector<std::string>& kept);
 
-// The texts of the clip's message boxes on one line, " | " between them.
-std::string scanMessage(const ClipScan& scan);
-
-}  // namespace app
+}  // namespace scan

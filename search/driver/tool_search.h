@@ -8,15 +8,15 @@
 #include <string>
 #include <vector>
 
-#include "app/hgvtool_support.h"
 #include "search/driver/decode_ahead.h"
 #include "search/driver/search_driver.h"
+#include "search/driver/tool_session.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/message_box.h"
 #include "toolkit/core/rect.h"
 #include "toolkit/core/resource_budget.h"
 
-namespace app {
+namespace search {
 
 // When a run of searches writes the scratch files of its program folder.
 enum class ScratchWrites {
@@ -27,7 +27,7 @@ enum class ScratchWrites {
 struct SearchOptions {
   // CurrentFrame at the first click: a frame number, or an end mark (-1, TotalFrames).
   long long from = 0;
-  search::Direction direction = search::Direction::Forward;
+  Direction direction = Direction::Forward;
   // SearchArea in pixels of the picture; by default what a new clip gets in the window at fit.
   std::optional<toolkit::Rect> area;
   std::string sensitivity;  // empty, as at program start
@@ -36,7 +36,7 @@ struct SearchOptions {
   bool all = false;         // on until a search comes to the end of the run
   // Threads decoding ahead of the search; 1 decodes in line. Those beyond the search's own come
   // from the budget's threads, and no more than it has left are started.
-  int threads = search::defaultDecodeThreads();
+  int threads = defaultDecodeThreads();
   // The process's budget for pictures in flight and threads, which must outlive the run; none: a
   // budget of the run's own, of the default picture bytes and the machine's threads.
   toolkit::ResourceBudget* budget = nullptr;
@@ -48,7 +48,7 @@ struct SearchOptions {
 
 // One search as the window would have left it.
 struct SearchRecord {
-  search::SearchOutcome outcome;
+  SearchOutcome outcome;
   int currentFrame = 0;  // CurrentFrame, with its end marks
   int frame = 0;         // the real frame on show, from 0
   int changeThreshold = 0;
@@ -65,4 +65,4 @@ bool runSearches(ToolSession& session, const SearchOptions& options,
                  const std::function<void(const SearchRecord&)>& onRecord,
                  const std::function<void()>& onStep = {});
 
-}  // namespace app
+}  // namespace search

@@ -1,8 +1,8 @@
 #pragma once
 
-// A reader of JSON, for what hgvtool itself writes and reads back (the scan's records). It takes
-// only what RFC 8259 allows: strings of valid UTF-8 (a path of other bytes travels beside its
-// string, as the writer puts it) and finite numbers.
+// A reader of JSON, for what hgvtool itself writes and reads back (the scan's records), and the
+// writing of its strings. It takes only what RFC 8259 allows: strings of valid UTF-8 (a path of
+// other bytes travels beside its string, as the writer puts it) and finite numbers.
 
 #include <cstdint>
 #include <optional>
@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-namespace app {
+namespace scan {
 
 class JsonValue {
  public:
@@ -58,4 +58,7 @@ bool isUtf8(std::string_view text);
 // `text` with each byte that starts no UTF-8 sequence replaced by U+FFFD.
 std::string validUtf8(std::string_view text);
 
-}  // namespace app
+// A string as a JSON string literal, escapes included; a byte that is not UTF-8 becomes U+FFFD.
+std::string jsonString(const std::string& s);
+
+}  // namespace scan

@@ -9,10 +9,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "app/clip_scan.h"
+#include "scan/one_clip.h"
 #include "toolkit/core/file_system.h"
 
-namespace app {
+namespace scan {
 
 class ScanJournal {
  public:
@@ -54,4 +54,4 @@ std::vector<ClipScan> readJournal(toolkit::FileSystem& files, const std::string&
 // Every clip's last record among `records`, sorted by the clip's path.
 std::vector<ClipScan> latestRecords(const std::vector<ClipScan>& records);
 
-}  // namespace app
+}  // namespace scan

@@ -1,4 +1,4 @@
-#include "app/clip_scan.h"
+#include "scan/one_clip.h"
 
 #include <algorithm>
 #include <chrono>
@@ -9,25 +9,23 @@
 #include <ostream>
 #include <unordered_map>
 
-#include "app/clip_search.h"
-#include "app/hgvtool_support.h"
-#include "app/scan_record.h"
 #include "export/core/exports.h"
+#include "scan/record.h"
 #include "search/core/marks.h"
+#include "search/driver/tool_search.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
 
-namespace app {
+namespace scan {
+
+using search::ScanBox;
+using search::SearchOptions;
+using search::SearchRecord;
+using search::ToolSession;
+
 namespace {
 
 constexpr int kThumbnailWidth = 320;
-
-bool isClipName(const std::filesystem::path& p) {
-  std::string ext = p.extension().string();
-  std::transform(ext.begin(), ext.end(), ext.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return ext == ".hgv";
-}
 
 // The searches of `hgvtool search --all` over the open clip: its motion frames, in order.
 void searchMotion(ToolSession& tool, const ScanOptions& options, ClipScan& scan,
@@ -142,67 +140,6 @@ void writeEventFiles(ToolSession& tool, ClipScan& scan, const ScanOptions& optio
 
 }  // namespace
 
-namespace {
-
-// Walks one folder given: its entries are read whole before any subfolder is opened, so the walk
-// holds one open folder at a time, however deep it goes.
-void walkFolder(toolkit::FileSystem& files, const std::string& top, ClipList& list) {
-  std::vector<std::pair<std::string, int>> folders{{top, 0}};
-  while (!folders.empty()) {
-    const auto [folder, depth] = folders.back();
-    folders.pop_back();
-    if (depth > kMaxFolderDepth) {
-      list.problems[folder] = "the folder lies more than " + std::to_string(kMaxFolderDepth) +
-                              " levels deep: it was not searched";
-      continue;
-    }
-    std::vector<toolkit::FolderEntry> entries;
-    try {
-      entries = files.list(folder);
-    } catch (const toolkit::RuntimeError& e) {
-      list.problems[folder] = "cannot read the folder: " + e.description();
-      continue;
-    }
-    for (const toolkit::FolderEntry& entry : entries) {
-      const std::string path = folder + "/" + entry.name;
-      // Links to folders are not followed: a link back up would walk for ever.
-      if (entry.kind == toolkit::FileKind::Folder) {
-        folders.emplace_back(path, depth + 1);
-      } else if (isClipName(entry.name)) {
-        list.clips.push_back(path);
-      }
-    }
-  }
-}
-
-}  // namespace
-
-ClipList findClips(toolkit::FileSystem& files, const std::vector<std::string>& paths) {
-  ClipList list;
-  for (const std::string& path : paths) {
-    std::error_code ec;
-    if (std::filesystem::is_directory(path, ec)) {
-      walkFolder(files, path, list);
-    } else {
-      list.clips.push_back(path);
-    }
-  }
-  for (const auto& problem : list.problems) list.clips.push_back(problem.first);
-  std::sort(list.clips.begin(), list.clips.end());
-  list.clips.erase(std::unique(list.clips.begin(), list.clips.end()), list.clips.end());
-  return list;
-}
-
-ClipScan walkProblem(const std::string& path, const std::string& reason) {
-  ClipScan scan;
-  scan.clip = path;
-  // No stamp: a later --resume looks through the folder again.
-  scan.stamp = {};
-  scan.microSecPerFrame = 100000;
-  scan.boxes.push_back(toolkit::MessageBoxRequest::critical(reason));
-  return scan;
-}
-
 std::string eventFileName(const std::string& clip, int event, const std::string& extension) {
   std::string stem;
   for (char ch : std::filesystem::path(clip).stem().string()) {
@@ -306,4 +243,4 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
   return scan;
 }
 
-}  // namespace app
+}  // namespace scan

@@ -1,12 +1,11 @@
 // The grouping of motion frames into events, on motion lists built to hit each edge of the rules.
 
-#include "app/scan_events.h"
-
 #include <gtest/gtest.h>
 
-#include "app/json_value.h"
+#include "scan/events.h"
+#include "scan/json_value.h"
 
-namespace app {
+namespace scan {
 namespace {
 
 // Motion at these frames, each with `cells` marks at (16 x frame, 32).
@@ -128,4 +127,4 @@ TEST(JsonValueTest, ReadsBackWhatTheToolWrites) {
 }
 
 }  // namespace
-}  // namespace app
+}  // namespace scan
