@@ -1,7 +1,7 @@
 #include "toolkit/core/image.h"
 
+#include <png.h>
 #include <turbojpeg.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <cmath>
@@ -230,56 +230,25 @@ RgbImage loadPicture(FileSystem& fs, const std::string& path) {
   return std::move(*image);
 }
 
-namespace {
-
-// PNG's numbers are big-endian, unlike everything else the program writes.
-void putFixed32BigEndian(std::uint8_t* p, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<std::uint8_t>(v >> (24 - 8 * i));
-}
-
-void putChunk(std::vector<std::uint8_t>& png, const char* type,
-              std::span<const std::uint8_t> data) {
-  const std::size_t start = png.size();
-  png.resize(start + 8);
-  putFixed32BigEndian(png.data() + start, static_cast<std::uint32_t>(data.size()));
-  std::memcpy(png.data() + start + 4, type, 4);
-  png.insert(png.end(), data.begin(), data.end());
-  const auto crc = crc32(0, png.data() + start + 4, static_cast<uInt>(data.size() + 4));
-  png.resize(png.size() + 4);
-  putFixed32BigEndian(png.data() + png.size() - 4, static_cast<std::uint32_t>(crc));
-}
-
-}  // namespace
-
 std::vector<std::uint8_t> encodePng(const RgbImage& image) {
-  static constexpr std::uint8_t kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-  std::vector<std::uint8_t> png(std::begin(kSignature), std::end(kSignature));
-  std::uint8_t header[13] = {};
-  putFixed32BigEndian(header, static_cast<std::uint32_t>(image.width));
-  putFixed32BigEndian(header + 4, static_cast<std::uint32_t>(image.height));
-  header[8] = 8;  // bits a sample
-  header[9] = 2;  // RGB
-  putChunk(png, "IHDR", header);
-
-  // Each row is led by its filter type, 0: the bytes as they are.
-  const std::size_t row = static_cast<std::size_t>(image.width) * 3;
-  std::vector<std::uint8_t> raw;
-  raw.reserve((row + 1) * static_cast<std::size_t>(image.height));
-  for (int y = 0; y < image.height; ++y) {
-    raw.push_back(0);
-    const auto* from = image.pixels.data() + static_cast<std::size_t>(y) * row;
-    raw.insert(raw.end(), from, from + row);
+  png_image png{};
+  png.version = PNG_IMAGE_VERSION;
+  png.width = static_cast<png_uint_32>(image.width);
+  png.height = static_cast<png_uint_32>(image.height);
+  png.format = PNG_FORMAT_RGB;
+  // A first call without memory gives the size, the second writes.
+  png_alloc_size_t size = 0;
+  std::vector<std::uint8_t> out;
+  if (png_image_write_to_memory(&png, nullptr, &size, 0, image.pixels.data(), 0, nullptr)) {
+    out.resize(size);
+    if (png_image_write_to_memory(&png, out.data(), &size, 0, image.pixels.data(), 0, nullptr)) {
+      out.resize(size);
+      return out;
+    }
   }
-  uLongf packedSize = compressBound(static_cast<uLong>(raw.size()));
-  std::vector<std::uint8_t> packed(packedSize);
-  if (compress2(packed.data(), &packedSize, raw.data(), static_cast<uLong>(raw.size()), 6) !=
-      Z_OK) {
-    throw std::bad_alloc();  // with a buffer of compressBound bytes, only memory can run out
-  }
-  packed.resize(packedSize);
-  putChunk(png, "IDAT", packed);
-  putChunk(png, "IEND", {});
-  return png;
+  png_image_free(&png);
+  // The picture's own size is always one libpng takes: only memory can run out.
+  throw std::bad_alloc();
 }
 
 RgbImage shrinkImage(const RgbImage& picture, int width, int height) {
