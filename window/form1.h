@@ -225,6 +225,15 @@ class Form1 : public toolkit::Form, public review::Form1Fields, public search::S
   bool m_endingSecondCopy = false;
   // The open clip's frame 0 is no larger than the opening.
   bool m_smallClip = false;
+  // What OpenClip does once frame 0 is in picShowAVI: the first clip of the session lays out the
+  // bar and the label, a later one leaves any zoom; both paint the frame fitted when it is larger
+  // than the view.
+  void showFirstClip();
+  void showAnotherClip();
+  void measureClipPicture();
+  void measureClipView();
+  void paintClipFitted();
+  bool clipLargerThanView() const;
   // A clip from outside that waits for the folder button to be free.
   std::unique_ptr<PendingOpen> m_pendingOpen;
   void openPending();

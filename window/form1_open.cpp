@@ -46,72 +46,79 @@ bool Form1::OpenClip(const std::string& path) {
     picShowAVI->Visible = true;
     picBase->ScaleMode = ScaleUnit::Twips;
     picShowAVI->Picture = LoadPicture(OpenSaveFile.CurrentFrameFile);
-
-    // Frame 0 gives the source size of every frame of the clip; it is measured at every opening,
-    // so that no frame is ever painted from a source of 0 by 0.
-    const auto measurePicture = [this] {
-      OpenSaveFile.PictureHeight = Long::fromDouble(picShowAVI->Height);
-      OpenSaveFile.PictureWidth = Long::fromDouble(picShowAVI->Width);
-    };
-    const auto measure = [&] {
-      measurePicture();
-      SeparateMJPG.DisplayHeight = Long::fromDouble(fraBox->Height);
-      SeparateMJPG.DisplayWidth = Long::fromDouble(fraBox->Width);
-    };
-    const auto paintFitted = [this] {
-      picShowAVI->ScaleMode = ScaleUnit::Twips;
-      picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, SeparateMJPG.DisplayWidth.value(),
-                               SeparateMJPG.DisplayHeight.value(), 0, 0,
-                               OpenSaveFile.PictureWidth.value(),
-                               OpenSaveFile.PictureHeight.value());
-    };
-    const auto largerThanView = [this] {
-      return picShowAVI->Width > picBase->Width || picShowAVI->Height > picBase->Height;
-    };
-
     if (FirstClipPending != kFalse) {
-      SettingsShown = kFalse;
-      HS1->Visible = false;
-      VS1->Visible = false;
-      BarTravel = Long::fromDouble(picBar->Width - picBlock->Width);
-      UpdateBarPosition();
-      lblImageID->Visible = true;
-      measurePicture();
-      m_smallClip = !largerThanView();
-      if (!m_smallClip) {
-        measure();
-        paintFitted();
-        FirstClipPending = kFalse;
-      }
-      InitSearchArea();
-      return true;
+      showFirstClip();
+    } else {
+      showAnotherClip();
     }
-
-    picBase->ScaleMode = ScaleUnit::Twips;
-    picShowAVI->ScaleMode = ScaleUnit::Twips;
-    if (VS1->Visible && HS1->Visible) {
-      ZoomPercent = 100;
-      VS1->Visible = false;
-      HS1->Visible = false;
-      picShowAVI->Top = 0;
-      picShowAVI->Left = 0;
-      picBase->Width = picBase->Width + kScrollBarTwips;
-      picBase->Height = picBase->Height + kScrollBarTwips;
-    }
-    MarkedPicturePath.clear();
-    measure();
-    m_smallClip = !largerThanView();
-    if (!m_smallClip) paintFitted();
-    OpenSaveFile.ZoomActive = kFalse;
-    StopPlayback();
-    OpenSaveFile.CurrentFrame = 0;
-    UpdateBarPosition();
     InitSearchArea();
     return true;
   } catch (const toolkit::RuntimeError& e) {
     MsgBox(toolkit::errorBoxText(review::kOpenHandlerName, e), toolkit::MsgIcon::Critical);
     return false;
   }
+}
+
+// Frame 0 gives the source size of every frame of the clip; it is measured at every opening, so
+// that no frame is ever painted from a source of 0 by 0.
+void Form1::measureClipPicture() {
+  OpenSaveFile.PictureHeight = Long::fromDouble(picShowAVI->Height);
+  OpenSaveFile.PictureWidth = Long::fromDouble(picShowAVI->Width);
+}
+
+void Form1::measureClipView() {
+  measureClipPicture();
+  SeparateMJPG.DisplayHeight = Long::fromDouble(fraBox->Height);
+  SeparateMJPG.DisplayWidth = Long::fromDouble(fraBox->Width);
+}
+
+void Form1::paintClipFitted() {
+  picShowAVI->ScaleMode = ScaleUnit::Twips;
+  picShowAVI->PaintPicture(picShowAVI->Picture, 0, 0, SeparateMJPG.DisplayWidth.value(),
+                           SeparateMJPG.DisplayHeight.value(), 0, 0,
+                           OpenSaveFile.PictureWidth.value(), OpenSaveFile.PictureHeight.value());
+}
+
+bool Form1::clipLargerThanView() const {
+  return picShowAVI->Width > picBase->Width || picShowAVI->Height > picBase->Height;
+}
+
+void Form1::showFirstClip() {
+  SettingsShown = kFalse;
+  HS1->Visible = false;
+  VS1->Visible = false;
+  BarTravel = Long::fromDouble(picBar->Width - picBlock->Width);
+  UpdateBarPosition();
+  lblImageID->Visible = true;
+  measureClipPicture();
+  m_smallClip = !clipLargerThanView();
+  if (!m_smallClip) {
+    measureClipView();
+    paintClipFitted();
+    FirstClipPending = kFalse;
+  }
+}
+
+void Form1::showAnotherClip() {
+  picBase->ScaleMode = ScaleUnit::Twips;
+  picShowAVI->ScaleMode = ScaleUnit::Twips;
+  if (VS1->Visible && HS1->Visible) {
+    ZoomPercent = 100;
+    VS1->Visible = false;
+    HS1->Visible = false;
+    picShowAVI->Top = 0;
+    picShowAVI->Left = 0;
+    picBase->Width = picBase->Width + kScrollBarTwips;
+    picBase->Height = picBase->Height + kScrollBarTwips;
+  }
+  MarkedPicturePath.clear();
+  measureClipView();
+  m_smallClip = !clipLargerThanView();
+  if (!m_smallClip) paintClipFitted();
+  OpenSaveFile.ZoomActive = kFalse;
+  StopPlayback();
+  OpenSaveFile.CurrentFrame = 0;
+  UpdateBarPosition();
 }
 
 Form1::~Form1() = default;
