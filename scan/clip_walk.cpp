@@ -53,8 +53,8 @@ void walkFolder(toolkit::FileSystem& files, const std::string& top, ClipList& li
 ClipList findClips(toolkit::FileSystem& files, const std::vector<std::string>& paths) {
   ClipList list;
   for (const std::string& path : paths) {
-    std::error_code ec;
-    if (std::filesystem::is_directory(path, ec)) {
+    // A folder given is walked even through a link; a link met on the walk is not followed.
+    if (files.facts(path).kind == toolkit::FileKind::Folder) {
       walkFolder(files, path, list);
     } else {
       list.clips.push_back(path);

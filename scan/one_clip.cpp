@@ -206,7 +206,8 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
   const auto start = std::chrono::steady_clock::now();
   ClipScan scan;
   scan.clip = path;
-  scan.stamp = stampOf(path);
+  toolkit::PosixFileSystem machine;
+  scan.stamp = stampOf(options.outFiles ? *options.outFiles : machine, path);
   // The boxes are kept for the report, not printed: a stream without a buffer drops them, where
   // one that kept them would grow with every frame that fails.
   std::ostream quiet(nullptr);

@@ -38,6 +38,7 @@ struct ScanOptions {
   toolkit::ResourceBudget* budget = nullptr;
   EventRules rules;
   // Where each event's thumbnail and clip go, through `outFiles`; none are written when empty.
+  // The clip's stamp is read through `outFiles` too, the machine's files when it is null.
   std::string outFolder;
   toolkit::FileSystem* outFiles = nullptr;
   EventClips clips = EventClips::None;

@@ -1,7 +1,5 @@
 #include "scan/record.h"
 
-#include <sys/stat.h>
-
 #include <cmath>
 #include <limits>
 
@@ -220,11 +218,10 @@ ClipScan refusedRecord(const std::string& clip, const std::string& why) {
   return scan;
 }
 
-FileStamp stampOf(const std::string& path) {
-  struct stat st {};
-  if (::stat(path.c_str(), &st) != 0) return {};
-  return {static_cast<std::int64_t>(st.st_size),
-          static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+FileStamp stampOf(toolkit::FileSystem& files, const std::string& path) {
+  const toolkit::FileFacts facts = files.facts(path);
+  if (facts.kind == toolkit::FileKind::None) return {};
+  return {facts.size, facts.mtimeNs};
 }
 
 }  // namespace scan

@@ -27,7 +27,8 @@ std::optional<ClipScan> recordOf(const JsonValue& line);
 // stamp, so that --resume scans it again.
 ClipScan refusedRecord(const std::string& clip, const std::string& why);
 
-// The size and modification time of the file at `path`; size -1 when there is none.
-FileStamp stampOf(const std::string& path);
+// The size and modification time of the file at `path`, a link followed; size -1 when there is
+// none.
+FileStamp stampOf(toolkit::FileSystem& files, const std::string& path);
 
 }  // namespace scan

@@ -270,10 +270,9 @@ std::string boxesJson(const std::vector<search::ScanBox>& boxes) {
   return out + "]";
 }
 
-bool makeFolder(const std::string& folder, std::ostream& err) {
+bool makeFolder(toolkit::FileSystem& files, const std::string& folder, std::ostream& err) {
   std::error_code ec;
-  std::filesystem::create_directories(folder, ec);
-  if (ec || !std::filesystem::is_directory(folder)) {
+  if (!files.makeFolders(folder, ec)) {
     err << "hgvtool: cannot make the folder \"" << terminalText(folder) << "\": " << ec.message()
         << "\n";
     return false;

@@ -50,6 +50,6 @@ std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes);
 std::string boxesJson(const std::vector<search::ScanBox>& boxes);
 
 // Makes the folder and those above it; false, with the reason on `err`, when it cannot be made.
-bool makeFolder(const std::string& folder, std::ostream& err);
+bool makeFolder(toolkit::FileSystem& files, const std::string& folder, std::ostream& err);
 
 }  // namespace scan

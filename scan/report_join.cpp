@@ -3,10 +3,7 @@
 
 #include "scan/report_join.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <ostream>
 
@@ -19,8 +16,6 @@
 
 namespace scan {
 namespace {
-
-namespace fs = std::filesystem;
 
 using Args = std::vector<std::string>;
 
@@ -106,14 +101,12 @@ bool bring(toolkit::FileSystem& files, const std::string& from, const std::strin
            const std::string& name) {
   if (!isEventFileName(name)) return false;
   const std::string source = from + "/" + name, target = to + "/" + name;
-  std::error_code ec;
-  if (fs::symlink_status(source, ec).type() != fs::file_type::regular) return false;
-  if (fs::symlink_status(target, ec).type() == fs::file_type::regular &&
-      fs::equivalent(source, target, ec)) {
+  if (files.kind(source) != toolkit::FileKind::Regular) return false;
+  if (files.kind(target) == toolkit::FileKind::Regular && files.sameFile(source, target)) {
     return true;
   }
   toolkit::discardFile(files, target);
-  if (::link(source.c_str(), target.c_str()) == 0) return true;
+  if (files.link(source, target)) return true;
   toolkit::replaceFile(files, target, toolkit::bytesOf(toolkit::readWholeFile(files, source)),
                        true);
   return true;
@@ -144,7 +137,7 @@ int joinScans(const std::string& target, const std::vector<std::string>& folders
   int problems = 0;
   if (!readFolders(files, folders, joined, problems, err)) return 1;
   refuseSharedNames(joined, problems, err);
-  if (!makeFolder(target, err)) return 1;
+  if (!makeFolder(files, target, err)) return 1;
   try {
     bringFiles(files, target, joined, problems, err);
     // The joined journal: the target is a scan folder of its own, to be resumed or joined again.

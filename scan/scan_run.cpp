@@ -179,7 +179,7 @@ void ScanRun::work(const std::vector<std::string>& clips, const std::function<in
       // Out of memory or the like: this clip is lost, the others go on.
       ClipScan scan;
       scan.clip = clips[i];
-      scan.stamp = stampOf(clips[i]);
+      scan.stamp = stampOf(*m_env.files, clips[i]);
       scan.broke = true;
       scan.boxes.push_back(toolkit::MessageBoxRequest::critical(e.what()));
       finish(i, std::move(scan));
@@ -245,7 +245,7 @@ int writeReport(const ScanJob& c, const std::vector<std::string>& clips, toolkit
 // said on `err`, when the folder or the journal cannot be made.
 bool openJournal(const ScanJob& c, toolkit::FileSystem& files, std::optional<ScanJournal>& journal,
                  std::vector<std::string>& todo, Problems& problems, std::ostream& err) {
-  if (!makeFolder(c.out, err)) return false;
+  if (!makeFolder(files, c.out, err)) return false;
   journal.emplace(files, c.out);
   try {
     journal->open(c.resume);
@@ -254,7 +254,8 @@ bool openJournal(const ScanJob& c, toolkit::FileSystem& files, std::optional<Sca
         << "\n";
     return false;
   }
-  std::erase_if(todo, [&](const std::string& clip) { return journal->done(clip, stampOf(clip)); });
+  std::erase_if(todo,
+                [&](const std::string& clip) { return journal->done(clip, stampOf(files, clip)); });
   // A clip whose event files would replace another's is listed, not scanned.
   for (const auto& [clip, other] : clipsSharingNames(todo, journal->clips())) {
     problems[clip] = "not scanned: its event files would have the names of those of " + other;
@@ -264,13 +265,14 @@ bool openJournal(const ScanJob& c, toolkit::FileSystem& files, std::optional<Sca
 
 }  // namespace
 
-std::vector<std::string> shareOf(const std::vector<std::string>& clips, int shard, int shards) {
+std::vector<std::string> shareOf(toolkit::FileSystem& files, const std::vector<std::string>& clips,
+                                 int shard, int shards) {
   // The largest clips first, each to the share that holds the fewest bytes so far.
   std::vector<std::size_t> order(clips.size());
   std::iota(order.begin(), order.end(), 0);
   std::vector<std::int64_t> sizes(clips.size());
   for (std::size_t i = 0; i < clips.size(); ++i) {
-    sizes[i] = std::max<std::int64_t>(0, stampOf(clips[i]).size);
+    sizes[i] = std::max<std::int64_t>(0, stampOf(files, clips[i]).size);
   }
   std::stable_sort(order.begin(), order.end(),
                    [&](std::size_t a, std::size_t b) { return sizes[a] > sizes[b]; });
@@ -300,7 +302,7 @@ int runScanJob(const ScanJob& c, const ScanEnvironment& given,
   }
   ClipList found = findClips(*env.files, c.paths);
   Problems problems = std::move(found.problems);
-  const std::vector<std::string> clips = shareOf(found.clips, c.shard, c.shards);
+  const std::vector<std::string> clips = shareOf(*env.files, found.clips, c.shard, c.shards);
   if (clips.empty()) {
     err << "hgvtool: no .hgv clips found\n";
     return 1;

@@ -44,8 +44,9 @@ struct ScanJob {
 int runScanJob(const ScanJob& job, const ScanEnvironment& env,
                const std::function<int()>& stopSignal, std::ostream& out, std::ostream& err);
 
-// The `shard`-th (from 1) of `shards` shares of `clips`, balanced by the clips' sizes: every clip
-// lies in exactly one share, and the order of `clips` is kept.
-std::vector<std::string> shareOf(const std::vector<std::string>& clips, int shard, int shards);
+// The `shard`-th (from 1) of `shards` shares of `clips`, balanced by the clips' sizes on `files`:
+// every clip lies in exactly one share, and the order of `clips` is kept.
+std::vector<std::string> shareOf(toolkit::FileSystem& files, const std::vector<std::string>& clips,
+                                 int shard, int shards);
 
 }  // namespace scan

@@ -165,7 +165,7 @@ TEST_F(HgvtoolJournalTest, ShardsJoinedGiveTheReportOfOneScan) {
       const std::string part = file("shard-" + std::to_string(k) + "-of-" + std::to_string(shards));
       scan({"--out", part, "--shard", std::to_string(k) + "/" + std::to_string(shards)});
       folders.push_back(part);
-      for (const std::string& clip : scan::shareOf(clips, k, shards)) seen.push_back(clip);
+      for (const std::string& clip : scan::shareOf(m_files, clips, k, shards)) seen.push_back(clip);
     }
     std::sort(seen.begin(), seen.end());
     EXPECT_EQ(seen, clips) << "every clip in exactly one share";

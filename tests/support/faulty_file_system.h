@@ -45,6 +45,16 @@ class FaultyFileSystem : public toolkit::FileSystem {
   }
   void remove(const std::string& path) override { m_real.remove(path); }
   void rename(const std::string& from, const std::string& to) override { m_real.rename(from, to); }
+  toolkit::FileFacts facts(const std::string& path) override { return m_real.facts(path); }
+  bool makeFolders(const std::string& path, std::error_code& error) override {
+    return m_real.makeFolders(path, error);
+  }
+  bool link(const std::string& from, const std::string& to) override {
+    return m_real.link(from, to);
+  }
+  bool sameFile(const std::string& a, const std::string& b) override {
+    return m_real.sameFile(a, b);
+  }
 
  private:
   class File : public toolkit::WritableFile {

@@ -131,5 +131,55 @@ TEST_F(PlantedFileTest, TheTemporaryFileIsAFreshRegularFileOfTheUsersBesideTheTa
   EXPECT_EQ(seen.size(), std::string(".hg-0123456789abcdef.part").size()) << seen;
 }
 
+TEST_F(PlantedFileTest, FactsFollowALinkAndGiveTheFilesSizeAndTime) {
+  std::filesystem::create_symlink(victim, dir.file("link"));
+  struct stat st {};
+  ASSERT_EQ(::stat(victim.c_str(), &st), 0);
+  const FileFacts facts = files.facts(dir.file("link"));
+  EXPECT_EQ(facts.kind, FileKind::Regular);
+  EXPECT_EQ(facts.size, 3);
+  EXPECT_EQ(facts.mtimeNs, st.st_mtim.tv_sec * 1000000000LL + st.st_mtim.tv_nsec);
+  EXPECT_EQ(files.facts(dir.path()).kind, FileKind::Folder);
+  EXPECT_EQ(files.facts(dir.file("gone")).kind, FileKind::None);
+  EXPECT_EQ(files.facts(dir.file("gone")).size, -1);
+}
+
+TEST_F(PlantedFileTest, MakeFoldersMakesThoseAboveAndSaysWhyNot) {
+  std::error_code error;
+  EXPECT_TRUE(files.makeFolders(dir.file("a/b/c"), error)) << error.message();
+  EXPECT_TRUE(std::filesystem::is_directory(dir.file("a/b/c")));
+  EXPECT_TRUE(files.makeFolders(dir.file("a/b/c"), error));  // already there
+  EXPECT_FALSE(files.makeFolders(victim + "/below", error));
+  EXPECT_TRUE(error) << "a file stands where the folder would be";
+  EXPECT_EQ(readBytes(victim), (Bytes{7, 7, 7}));
+}
+
+TEST_F(PlantedFileTest, ALinkIsASecondNameOfTheSameFileAndNeverReplacesOne) {
+  EXPECT_TRUE(files.link(victim, dir.file("second")));
+  EXPECT_TRUE(files.sameFile(victim, dir.file("second")));
+  EXPECT_EQ(readBytes(dir.file("second")), (Bytes{7, 7, 7}));
+  writeBytes(dir.file("other"), Bytes{1});
+  EXPECT_FALSE(files.link(victim, dir.file("other")));
+  EXPECT_FALSE(files.sameFile(victim, dir.file("other")));
+  EXPECT_EQ(readBytes(dir.file("other")), (Bytes{1}));
+}
+
+TEST(FileSystemDefaultsTest, AFileSystemWithoutFoldersOrLinksSaysSo) {
+  class Flat : public FileSystem {
+   public:
+    std::unique_ptr<ReadableFile> openRead(const std::string&) override { return nullptr; }
+    std::unique_ptr<WritableFile> openWrite(const std::string&) override { return nullptr; }
+    bool exists(const std::string&) override { return false; }
+    void remove(const std::string&) override {}
+    void rename(const std::string&, const std::string&) override {}
+  } flat;
+  std::error_code error;
+  EXPECT_FALSE(flat.makeFolders("a", error));
+  EXPECT_EQ(error, std::errc::not_supported);
+  EXPECT_FALSE(flat.link("a", "b"));
+  EXPECT_FALSE(flat.sameFile("a", "a"));
+  EXPECT_EQ(flat.facts("a").kind, FileKind::None);
+}
+
 }  // namespace
 }  // namespace toolkit

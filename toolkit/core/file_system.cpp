@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <random>
 
 #include "toolkit/core/runtime_error.h"
@@ -198,6 +199,54 @@ void PosixFileSystem::remove(const std::string& path) {
 
 void PosixFileSystem::rename(const std::string& from, const std::string& to) {
   if (::rename(from.c_str(), to.c_str()) != 0) throwFileError(errno, true);
+}
+
+FileFacts FileSystem::facts(const std::string& path) {
+  if (!exists(path)) return {};
+  return {FileKind::Regular, openRead(path)->length(), 0};
+}
+
+bool FileSystem::makeFolders(const std::string& path, std::error_code& error) {
+  (void)path;
+  error = std::make_error_code(std::errc::not_supported);
+  return false;
+}
+
+bool FileSystem::link(const std::string& from, const std::string& to) {
+  (void)from;
+  (void)to;
+  return false;
+}
+
+bool FileSystem::sameFile(const std::string& a, const std::string& b) {
+  (void)a;
+  (void)b;
+  return false;
+}
+
+FileFacts PosixFileSystem::facts(const std::string& path) {
+  struct stat st {};
+  if (path.empty() || ::stat(path.c_str(), &st) != 0) return {};
+  const FileKind kind = S_ISREG(st.st_mode)   ? FileKind::Regular
+                        : S_ISDIR(st.st_mode) ? FileKind::Folder
+                                              : FileKind::Other;
+  return {kind, static_cast<std::int64_t>(st.st_size),
+          static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+}
+
+bool PosixFileSystem::makeFolders(const std::string& path, std::error_code& error) {
+  error.clear();
+  std::filesystem::create_directories(path, error);
+  return !error && std::filesystem::is_directory(path);
+}
+
+bool PosixFileSystem::link(const std::string& from, const std::string& to) {
+  return ::link(from.c_str(), to.c_str()) == 0;
+}
+
+bool PosixFileSystem::sameFile(const std::string& a, const std::string& b) {
+  std::error_code ec;
+  return std::filesystem::equivalent(a, b, ec);
 }
 
 void writeWholeFile(FileSystem& fs, const std::string& path, std::span<const std::uint8_t> bytes) {

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace toolkit {
@@ -42,6 +43,13 @@ class WritableFile {
 
 // What stands at a path, without following a link there.
 enum class FileKind { None, Regular, Folder, Link, Other };
+
+// What a path names, a link there followed: what the scan needs to tell a clip from its later self.
+struct FileFacts {
+  FileKind kind = FileKind::None;  // Regular, Folder, Other or None; never Link
+  std::int64_t size = -1;          // -1: nothing there
+  std::int64_t mtimeNs = 0;        // the modification time, in nanoseconds since 1970
+};
 
 struct FolderEntry {
   std::string name;  // without the folder
@@ -75,6 +83,16 @@ class FileSystem {
   virtual void remove(const std::string& path) = 0;
   // Puts the file `from` in the place of `to`, replacing a file there in one step.
   virtual void rename(const std::string& from, const std::string& to) = 0;
+  // What `path` names, a link followed. The default knows regular files only, all of time 0.
+  virtual FileFacts facts(const std::string& path);
+  // Makes the folder and those above it that are missing. True when the folder is there; else
+  // false with the reason in `error`. The default has no folders.
+  virtual bool makeFolders(const std::string& path, std::error_code& error);
+  // Gives the file `from` a second name `to` (a hard link). False where that cannot be (another
+  // disk, a name taken, no links at all): the caller copies instead. The default has no links.
+  virtual bool link(const std::string& from, const std::string& to);
+  // Whether two paths name one file. The default: never.
+  virtual bool sameFile(const std::string& a, const std::string& b);
 };
 
 // Reads never block on a FIFO or a device: opening one is refused at once.
@@ -88,6 +106,10 @@ class PosixFileSystem : public FileSystem {
   std::vector<FolderEntry> list(const std::string& folder) override;
   void remove(const std::string& path) override;
   void rename(const std::string& from, const std::string& to) override;
+  FileFacts facts(const std::string& path) override;
+  bool makeFolders(const std::string& path, std::error_code& error) override;
+  bool link(const std::string& from, const std::string& to) override;
+  bool sameFile(const std::string& a, const std::string& b) override;
 };
 
 // Reads a whole file; throws like openRead.
