@@ -1,11 +1,11 @@
 #pragma once
 
-// hgvtool scan: the activity of many clips. Each clip is searched forward from its first frame to
-// the end of its run, each search going on from the frame the last one found, on a session of its
-// own (as if the program had just started and opened that clip) and without scratch files, so
-// that a clip's motion frames are exactly those `hgvtool search --all` lists for it alone. The
-// motion frames are then grouped into events (scan/events.h), each with a thumbnail of its
-// peak frame and, when asked for, a clip of its own.
+// One clip's scan, of the many hgvtool scan runs (scan/scan_run.h). The clip is searched forward
+// from its first frame to the end of its run, each search going on from the frame the last one
+// found, on a session of its own (as if the program had just started and opened that clip) and
+// without scratch files, so that a clip's motion frames are exactly those `hgvtool search --all`
+// lists for it alone. The motion frames are then grouped into events (scan/events.h), each with a
+// thumbnail of its peak frame and, when asked for, a clip of its own.
 
 #include <atomic>
 #include <cstdint>
