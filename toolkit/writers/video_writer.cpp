@@ -103,6 +103,13 @@ struct VideoWriter::State {
   }
 
   // A failed library call: the file's own error if that was the cause, else the library's words.
+  // The container, written through `file`.
+  void openContainer(bool mp4);
+  // The encoder, at the picture's size and the video's frame duration.
+  void openEncoder(const AVCodec* encoder, const VideoSpec& video, bool mp4);
+  // The stream and its header, and the frame and converter each picture goes through.
+  void openStream();
+
   void check(int code, const char* what) {
     if (fileError) std::rethrow_exception(fileError);
     if (code < 0) throw VideoError(std::string(what) + ": " + avError(code));
@@ -124,6 +131,72 @@ struct VideoWriter::State {
   }
 };
 
+void VideoWriter::State::openContainer(bool mp4) {
+  check(avformat_alloc_output_context2(&format, nullptr, mp4 ? "mp4" : "asf", nullptr),
+        "The video container could not be made");
+  auto* buffer = static_cast<unsigned char*>(av_malloc(kIoBufferBytes));
+#if LIBAVFORMAT_VERSION_MAJOR < 61
+  io = avio_alloc_context(buffer, kIoBufferBytes, 1, this, nullptr, &State::writePacketMutable,
+                          &State::seek);
+#else
+  io = avio_alloc_context(buffer, kIoBufferBytes, 1, this, nullptr, &State::writePacket,
+                          &State::seek);
+#endif
+  if (!io) {
+    av_free(buffer);
+    throw VideoError("Out of memory.");
+  }
+  format->pb = io;
+  format->flags |= AVFMT_FLAG_CUSTOM_IO;
+}
+
+void VideoWriter::State::openEncoder(const AVCodec* encoder, const VideoSpec& video, bool mp4) {
+  codec = avcodec_alloc_context3(encoder);
+  frame = av_frame_alloc();
+  packet = av_packet_alloc();
+  if (!codec || !frame || !packet) throw VideoError("Out of memory.");
+  // The codec's time base must fit 16 bits.
+  int num = 0, den = 0;
+  av_reduce(&num, &den, std::max<std::int64_t>(video.frameDurationNum, 1),
+            std::max<std::int64_t>(video.frameDurationDen, 1), 65535);
+  codec->time_base = {std::max(num, 1), std::max(den, 1)};
+  codec->framerate = {codec->time_base.den, codec->time_base.num};
+  codec->width = width;
+  codec->height = height;
+  codec->pix_fmt = AV_PIX_FMT_YUV420P;
+  AVDictionary* options = nullptr;
+  if (mp4) {
+    // A constant quality that keeps camera footage clean, made quickly; every player takes it.
+    av_dict_set(&options, "preset", "veryfast", 0);
+    av_dict_set(&options, "crf", "23", 0);
+    codec->profile = FF_PROFILE_H264_HIGH;
+  } else {
+    codec->bit_rate = video.bitRate > 0 ? video.bitRate : defaultWmvBitRate(video);
+    codec->gop_size = 12;
+  }
+  if (format->oformat->flags & AVFMT_GLOBALHEADER) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  const int opened = avcodec_open2(codec, encoder, &options);
+  av_dict_free(&options);
+  check(opened, "The video encoder refused the pictures");
+}
+
+void VideoWriter::State::openStream() {
+  stream = avformat_new_stream(format, nullptr);
+  if (!stream) throw VideoError("Out of memory.");
+  check(avcodec_parameters_from_context(stream->codecpar, codec),
+        "The video stream could not be made");
+  stream->time_base = codec->time_base;
+  check(avformat_write_header(format, nullptr), "The video could not be written");
+
+  frame->format = AV_PIX_FMT_YUV420P;
+  frame->width = width;
+  frame->height = height;
+  check(av_frame_get_buffer(frame, 0), "Out of memory");
+  scale = sws_getContext(width, height, AV_PIX_FMT_RGB24, width, height, AV_PIX_FMT_YUV420P,
+                         SWS_BICUBIC, nullptr, nullptr, nullptr);
+  if (!scale) throw VideoError("The pictures could not be converted for the video.");
+}
+
 VideoWriter::VideoWriter(WritableFile& file, const VideoSpec& video)
     : m_state(std::make_unique<State>(file)) {
   State& s = *m_state;
@@ -140,68 +213,9 @@ VideoWriter::VideoWriter(WritableFile& file, const VideoSpec& video)
     throw VideoError(mp4 ? "This system has no H.264 encoder (libx264)."
                          : "This system has no Windows Media Video encoder.");
   }
-  s.check(avformat_alloc_output_context2(&s.format, nullptr, mp4 ? "mp4" : "asf", nullptr),
-          "The video container could not be made");
-
-  auto* buffer = static_cast<unsigned char*>(av_malloc(kIoBufferBytes));
-#if LIBAVFORMAT_VERSION_MAJOR < 61
-  s.io = avio_alloc_context(buffer, kIoBufferBytes, 1, &s, nullptr, &State::writePacketMutable,
-                            &State::seek);
-#else
-  s.io =
-      avio_alloc_context(buffer, kIoBufferBytes, 1, &s, nullptr, &State::writePacket, &State::seek);
-#endif
-  if (!s.io) {
-    av_free(buffer);
-    throw VideoError("Out of memory.");
-  }
-  s.format->pb = s.io;
-  s.format->flags |= AVFMT_FLAG_CUSTOM_IO;
-
-  s.codec = avcodec_alloc_context3(encoder);
-  s.frame = av_frame_alloc();
-  s.packet = av_packet_alloc();
-  if (!s.codec || !s.frame || !s.packet) throw VideoError("Out of memory.");
-  // The codec's time base must fit 16 bits.
-  int num = 0, den = 0;
-  av_reduce(&num, &den, std::max<std::int64_t>(video.frameDurationNum, 1),
-            std::max<std::int64_t>(video.frameDurationDen, 1), 65535);
-  s.codec->time_base = {std::max(num, 1), std::max(den, 1)};
-  s.codec->framerate = {s.codec->time_base.den, s.codec->time_base.num};
-  s.codec->width = s.width;
-  s.codec->height = s.height;
-  s.codec->pix_fmt = AV_PIX_FMT_YUV420P;
-  AVDictionary* options = nullptr;
-  if (mp4) {
-    // A constant quality that keeps camera footage clean, made quickly; every player takes it.
-    av_dict_set(&options, "preset", "veryfast", 0);
-    av_dict_set(&options, "crf", "23", 0);
-    s.codec->profile = FF_PROFILE_H264_HIGH;
-  } else {
-    s.codec->bit_rate = video.bitRate > 0 ? video.bitRate : defaultWmvBitRate(video);
-    s.codec->gop_size = 12;
-  }
-  if (s.format->oformat->flags & AVFMT_GLOBALHEADER) {
-    s.codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  }
-  const int opened = avcodec_open2(s.codec, encoder, &options);
-  av_dict_free(&options);
-  s.check(opened, "The video encoder refused the pictures");
-
-  s.stream = avformat_new_stream(s.format, nullptr);
-  if (!s.stream) throw VideoError("Out of memory.");
-  s.check(avcodec_parameters_from_context(s.stream->codecpar, s.codec),
-          "The video stream could not be made");
-  s.stream->time_base = s.codec->time_base;
-  s.check(avformat_write_header(s.format, nullptr), "The video could not be written");
-
-  s.frame->format = AV_PIX_FMT_YUV420P;
-  s.frame->width = s.width;
-  s.frame->height = s.height;
-  s.check(av_frame_get_buffer(s.frame, 0), "Out of memory");
-  s.scale = sws_getContext(s.width, s.height, AV_PIX_FMT_RGB24, s.width, s.height,
-                           AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr, nullptr, nullptr);
-  if (!s.scale) throw VideoError("The pictures could not be converted for the video.");
+  s.openContainer(mp4);
+  s.openEncoder(encoder, video, mp4);
+  s.openStream();
 }
 
 VideoWriter::~VideoWriter() = default;
