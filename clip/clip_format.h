@@ -29,6 +29,7 @@ namespace clip::format {
 inline constexpr std::int64_t kRiffOffset = 0;         // "RIFF", size, form type: 12 bytes
 inline constexpr std::int64_t kMainHeaderOffset = 24;  // "avih" and 60 more bytes: 64 in all
 inline constexpr std::int64_t kMainHeaderRecordBytes = 64;
+inline constexpr std::int64_t kMicroSecPerFrameOffset = 32;  // dwMicroSecPerFrame
 inline constexpr std::int64_t kWidthOffset = 64;
 inline constexpr std::int64_t kHeightOffset = 68;
 inline constexpr std::int64_t kStreamListOffset = 88;

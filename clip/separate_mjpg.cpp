@@ -47,6 +47,7 @@ Boolean SeparateMJPG::InitialAviInfo(const std::string& path) {
   };
   try {
     std::int32_t width = 0, height = 0, junkSize = 0;
+    std::uint32_t microSecPerFrame = 0;
     {
       auto file = m_platform.files.openRead(path);
       if (file->length() == 0) return refuse(MessageBoxRequest::plain(kEmptyFileText));
@@ -65,11 +66,14 @@ Boolean SeparateMJPG::InitialAviInfo(const std::string& path) {
       }
       width = signed32(main.data() + (format::kWidthOffset - format::kMainHeaderOffset));
       height = signed32(main.data() + (format::kHeightOffset - format::kMainHeaderOffset));
+      microSecPerFrame = toolkit::decodeFixed32(
+          main.data() + (format::kMicroSecPerFrameOffset - format::kMainHeaderOffset));
       junkSize = signed32(junk.data() + 4);
     }
     ClipPath = path;
     ClipHeight = height;
     ClipWidth = width;
+    MicroSecPerFrame = microSecPerFrame;
     JunkSize = junkSize;  // a size that does not fit 16 bits overflows here, after the others
     return toolkit::kTrue;
   } catch (const RuntimeError& e) {

@@ -49,8 +49,8 @@ class SeparateMJPG {
   explicit SeparateMJPG(toolkit::Platform& platform)
       : m_platform(platform), m_scratch(platform.files, platform.programFolder) {}
 
-  // Header check. True when admitted; then ClipPath, ClipWidth, ClipHeight and JunkSize hold the
-  // file's values. Refusals and errors are reported in message boxes.
+  // Header check. True when admitted; then ClipPath, ClipWidth, ClipHeight, JunkSize and
+  // MicroSecPerFrame hold the file's values. Refusals and errors are reported in message boxes.
   Boolean InitialAviInfo(const std::string& path);
 
   // Index scan. The frame count (0 after a run-time error, which it reports in a box, or when the
@@ -80,6 +80,7 @@ class SeparateMJPG {
   Long ClipWidth;
   Long ClipHeight;
   Integer JunkSize;
+  std::uint32_t MicroSecPerFrame = 0;  // as the clip says it: 0 when it does not say
   Long IndexEntryCount;
   std::vector<std::int32_t> IndexSizes;      // 0 .. IndexEntryCount
   std::vector<std::int32_t> FrameSizes;      // 0 .. IndexEntryCount

@@ -221,7 +221,7 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
     scan.totalFrames = tool.session().OpenSaveFile.TotalFrames.value();
     if (progress) progress->totalFrames = scan.totalFrames;
     try {
-      scan.microSecPerFrame = exporting::clipMicroSecPerFrame(tool.platform().files, path);
+      scan.microSecPerFrame = exporting::clipMicroSecPerFrame(tool.session().SeparateMJPG);
       searchMotion(tool, options, scan, progress);
       scan.interrupted = options.cancelled && options.cancelled();
       scan.events = groupEvents(scan.motion, options.rules, scan.frameSeconds(), scan.totalFrames);

@@ -4,10 +4,8 @@
 #include <filesystem>
 #include <functional>
 
-#include "clip/clip_format.h"
 #include "clip/clip_writer.h"
 #include "toolkit/core/image.h"
-#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 #include "toolkit/writers/video_writer.h"
 
@@ -83,13 +81,8 @@ ExportRange exportRange(const clip::SeparateMJPG& clip, std::int32_t length) {
                                            std::min<std::int64_t>(length, left), 0, INT32_MAX))};
 }
 
-std::uint32_t clipMicroSecPerFrame(toolkit::FileSystem& files, const std::string& path) {
-  auto file = files.openRead(path);
-  std::uint8_t field[4] = {};
-  // dwMicroSecPerFrame is the first field of the main header's data.
-  file->readAt(clip::format::kMainHeaderOffset + 8, field);
-  const std::uint32_t value = toolkit::decodeFixed32(field);
-  return value == 0 ? kDefaultMicroSecPerFrame : value;
+std::uint32_t clipMicroSecPerFrame(const clip::SeparateMJPG& clip) {
+  return clip.MicroSecPerFrame == 0 ? kDefaultMicroSecPerFrame : clip.MicroSecPerFrame;
 }
 
 void CopyCurrentJpg(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
@@ -125,7 +118,7 @@ void ExportHgvRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
     clip::ClipLayout layout;
     layout.width = clip.ClipWidth.value();
     layout.height = clip.ClipHeight.value();
-    layout.microSecPerFrame = clipMicroSecPerFrame(files, clip.ClipPath);
+    layout.microSecPerFrame = clipMicroSecPerFrame(clip);
     auto source = files.openRead(clip.ClipPath);
     clip::ClipWriter writer(out, layout);
     for (std::int32_t i = 0; i < range.count; ++i) {
@@ -157,7 +150,7 @@ void ExportVideoRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
     video.format = format;
     video.width = width;
     video.height = height;
-    video.frameDurationNum = clipMicroSecPerFrame(files, source);
+    video.frameDurationNum = clipMicroSecPerFrame(clip);
     video.frameDurationDen = 1000000;
     auto input = files.openRead(source);
     toolkit::VideoWriter writer(out, video);

@@ -55,8 +55,8 @@ void ExportVideoRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
                     const std::string& source, const std::string& target, const ExportRange& range,
                     std::int32_t width, std::int32_t height, toolkit::VideoFormat format);
 
-// The clip's seconds per frame, from its main header: dwMicroSecPerFrame, or a tenth of a second
+// The open clip's time per frame in microseconds: its dwMicroSecPerFrame, or a tenth of a second
 // where that is 0.
-std::uint32_t clipMicroSecPerFrame(toolkit::FileSystem& files, const std::string& path);
+std::uint32_t clipMicroSecPerFrame(const clip::SeparateMJPG& clip);
 
 }  // namespace exporting

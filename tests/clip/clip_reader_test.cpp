@@ -113,6 +113,21 @@ TEST_F(HeaderCheckTest, RefusedFileKeepsTheValuesOfTheClipBefore) {
   EXPECT_EQ(reader.ClipWidth.value(), 320);
 }
 
+// The exports and the scan take the frame duration from the open clip, not from the file again.
+TEST_F(HeaderCheckTest, FrameDurationIsTheFirstFieldOfTheMainHeader) {
+  auto bytes = clip::buildClip(layout(320, 240), frames({10}));
+  const std::uint8_t field[4] = {0x78, 0x56, 0x34, 0x12};
+  std::copy(std::begin(field), std::end(field), bytes.begin() + 32);
+  ASSERT_TRUE(reader.InitialAviInfo(write(bytes, "a.hgv")));
+  EXPECT_EQ(reader.MicroSecPerFrame, 0x12345678u);
+
+  // A refused file leaves the duration of the clip before, as it leaves its size.
+  bytes[212] = 'j';
+  putU32(bytes, 32, 40000);
+  EXPECT_FALSE(reader.InitialAviInfo(write(bytes, "b.hgv")));
+  EXPECT_EQ(reader.MicroSecPerFrame, 0x12345678u);
+}
+
 // The writer and the reader share their constants; pin the layout with literals so that a wrong
 // shared constant cannot pass.
 TEST_F(HeaderCheckTest, WriterPutsTheTagsWhereTheReaderLooks) {

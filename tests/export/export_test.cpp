@@ -163,8 +163,7 @@ TEST_F(ExportTest, ASubClipHoldsTheRunsFramesByteForByte) {
   EXPECT_EQ(first.height, 120);
   ASSERT_EQ(first.frames.size(), 200u);
   for (int i = 0; i < 200; ++i) EXPECT_EQ(first.frames[i], jpegOf(i)) << i;
-  EXPECT_EQ(first.microSecPerFrame,
-            exporting::clipMicroSecPerFrame(m_session.platform.files, state().ClipFileName));
+  EXPECT_EQ(first.microSecPerFrame, exporting::clipMicroSecPerFrame(clipModule()));
 
   // With 37 frames left, 200 asked: 37.
   for (int i = 0; i < 203; ++i) f.imgRightStep_Click();

@@ -68,7 +68,7 @@ ClipFacts readClip(const std::string& path, const std::string& folder) {
     facts.frames.push_back(readBytes(reader.ExtractCurrentJpg(path, i)));
   // The scratch file keeps the longest frame's length: cut each to its own size.
   for (int i = 0; i < count; ++i) facts.frames[i].resize(reader.FrameSizes[i]);
-  facts.microSecPerFrame = exporting::clipMicroSecPerFrame(files, path);
+  facts.microSecPerFrame = exporting::clipMicroSecPerFrame(reader);
   return facts;
 }
 
