@@ -27,7 +27,7 @@
 
 #include "app/hgvtool_commands.h"
 #include "clip/clip_writer.h"
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/image.h"
 #include "toolkit/writers/synthetic_scene.h"
@@ -144,8 +144,8 @@ int main() {
     events = 0;
     std::istringstream lines(out.str());
     for (std::string line; std::getline(lines, line);) {
-      if (const auto object = scan::JsonValue::parse(line)) {
-        events += (*object)["events"].array().size();
+      if (const auto object = scan::parseJson(line)) {
+        events += scan::member(*object, "events").size();
       }
     }
     return fps;

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "scan/journal.h"
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 #include "scan/record.h"
 #include "tests/support/memory_file_system.h"
 #include "toolkit/core/runtime_error.h"
@@ -19,14 +19,18 @@ void check(bool holds) {
 }
 
 // A value the JSON reader took holds finite numbers and UTF-8 strings only, at any depth.
-void checkValue(const scan::JsonValue& value, int depth) {
+void checkValue(const nlohmann::json& value, int depth) {
   check(depth <= 65);
-  if (value.kind() == scan::JsonValue::Kind::Number) check(std::isfinite(value.number()));
-  if (value.kind() == scan::JsonValue::Kind::String) check(scan::isUtf8(value.string()));
-  for (const scan::JsonValue& item : value.array()) checkValue(item, depth + 1);
-  for (const auto& [key, item] : value.members()) {
-    check(scan::isUtf8(key));
-    checkValue(item, depth + 1);
+  if (value.is_number()) check(std::isfinite(value.get<double>()));
+  if (value.is_string()) check(scan::isUtf8(value.get_ref<const std::string&>()));
+  if (value.is_array()) {
+    for (const nlohmann::json& item : value) checkValue(item, depth + 1);
+  }
+  if (value.is_object()) {
+    for (const auto& item : value.items()) {
+      check(scan::isUtf8(item.key()));
+      checkValue(item.value(), depth + 1);
+    }
   }
 }
 
@@ -54,7 +58,7 @@ void checkRecord(const scan::ClipScan& scan) {
   // Written and read back, a record is itself again, and what is written is JSON.
   const std::string line = scan::recordLine(scan);
   check(scan::isUtf8(line));
-  const auto value = scan::JsonValue::parse(line);
+  const auto value = scan::parseJson(line);
   check(value.has_value());
   const auto again = scan::recordOf(*value);
   check(again.has_value() && again->refused.empty());
@@ -68,8 +72,7 @@ void readJournalBytes(const std::uint8_t* data, std::size_t size) {
   for (std::size_t start = 0, end; start < bytes.size(); start = end + 1) {
     end = bytes.find('\n', start);
     if (end == std::string::npos) end = bytes.size();
-    if (const auto value =
-            scan::JsonValue::parse(std::string_view(bytes).substr(start, end - start))) {
+    if (const auto value = scan::parseJson(std::string_view(bytes).substr(start, end - start))) {
       checkValue(*value, 0);
     }
   }

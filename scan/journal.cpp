@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 #include "scan/record.h"
 #include "toolkit/core/runtime_error.h"
 
@@ -18,7 +18,7 @@ std::vector<ClipScan> parse(const std::string& bytes, std::int64_t& wholeBytes, 
   wholeBytes = 0;
   damaged = 0;
   for (std::size_t end; (end = bytes.find('\n', start)) != std::string::npos; start = end + 1) {
-    const auto value = JsonValue::parse(std::string_view(bytes).substr(start, end - start));
+    const auto value = parseJson(std::string_view(bytes).substr(start, end - start));
     std::optional<ClipScan> record = value ? recordOf(*value) : std::nullopt;
     // A damaged line inside the journal is passed over; its clip has no record and is scanned.
     if (record) {

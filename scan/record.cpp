@@ -10,6 +10,7 @@ namespace scan {
 
 using search::FrameRun;
 using search::ScanBox;
+using Json = nlohmann::json;
 
 std::string recordLine(const ClipScan& scan) {
   std::string line = scanJson(scan);
@@ -31,31 +32,32 @@ constexpr long long kInt32Max = std::numeric_limits<std::int32_t>::max();
 // Longer than any scan: a larger figure is damage, and would not fit the report's columns.
 constexpr double kMostScanSeconds = 1e9;
 
-long long whole(const JsonValue& v, long long least, long long most) {
-  if (!v.isInteger() || v.integer() < least || v.integer() > most) throw Damaged{};
-  return v.integer();
+long long whole(const Json& v, long long least, long long most) {
+  const std::optional<long long> n = wholeNumber(v);
+  if (!n || *n < least || *n > most) throw Damaged{};
+  return *n;
 }
 
-int frameOf(const JsonValue& v, int totalFrames) {
+int frameOf(const Json& v, int totalFrames) {
   return static_cast<int>(whole(v, 0, totalFrames - 1LL));
 }
 
-const std::string& text(const JsonValue& v) {
-  if (v.kind() != JsonValue::Kind::String) throw Damaged{};
-  return v.string();
+const std::string& text(const Json& v) {
+  if (!v.is_string()) throw Damaged{};
+  return v.get_ref<const std::string&>();
 }
 
-const std::vector<JsonValue>& list(const JsonValue& v, std::size_t size = 0) {
-  if (v.kind() != JsonValue::Kind::Array || (size && v.array().size() != size)) throw Damaged{};
-  return v.array();
+const Json& list(const Json& v, std::size_t size = 0) {
+  if (!v.is_array() || (size && v.size() != size)) throw Damaged{};
+  return v;
 }
 
 // The clip's path: "clip" where it is UTF-8, else the exact bytes of "clip_bytes" in hex, which
 // must give "clip" once their stray bytes are replaced.
-std::string clipOf(const JsonValue& line) {
-  std::string clip = text(line["clip"]);
-  if (line.has("clip_bytes")) {
-    const std::string& hex = text(line["clip_bytes"]);
+std::string clipOf(const Json& line) {
+  std::string clip = text(member(line, "clip"));
+  if (line.contains("clip_bytes")) {
+    const std::string& hex = text(member(line, "clip_bytes"));
     if (hex.size() % 2 != 0) throw Damaged{};
     std::string bytes;
     for (std::size_t i = 0; i < hex.size(); i += 2) {
@@ -73,11 +75,11 @@ std::string clipOf(const JsonValue& line) {
   return clip;
 }
 
-std::vector<FrameRun> runsOf(const JsonValue& frames, int totalFrames) {
+std::vector<FrameRun> runsOf(const Json& frames, int totalFrames) {
   std::vector<FrameRun> runs;
-  if (frames.isNull()) return runs;
-  for (const JsonValue& r : list(frames)) {
-    const FrameRun run{frameOf(list(r, 2)[0], totalFrames), frameOf(r.array()[1], totalFrames)};
+  if (frames.is_null()) return runs;
+  for (const Json& r : list(frames)) {
+    const FrameRun run{frameOf(list(r, 2)[0], totalFrames), frameOf(r[1], totalFrames)};
     // Ascending and apart, as the scan gathers them.
     if (run.last < run.first || (!runs.empty() && run.first <= runs.back().last + 1)) {
       throw Damaged{};
@@ -88,78 +90,83 @@ std::vector<FrameRun> runsOf(const JsonValue& frames, int totalFrames) {
   return runs;
 }
 
-ScanBox boxOf(const JsonValue& b, int totalFrames) {
+ScanBox boxOf(const Json& b, int totalFrames) {
   ScanBox box;
-  box.box.text = text(b["text"]);
-  if (!b["icon"].isNull() && text(b["icon"]) != "critical") throw Damaged{};
-  box.box.icon = b["icon"].isNull() ? toolkit::MsgIcon::None : toolkit::MsgIcon::Critical;
-  if (!b["title"].isNull()) box.box.title = text(b["title"]);
-  box.frames = runsOf(b["frames"], totalFrames);
+  box.box.text = text(member(b, "text"));
+  const Json& icon = member(b, "icon");
+  if (!icon.is_null() && text(icon) != "critical") throw Damaged{};
+  box.box.icon = icon.is_null() ? toolkit::MsgIcon::None : toolkit::MsgIcon::Critical;
+  if (!member(b, "title").is_null()) box.box.title = text(member(b, "title"));
+  box.frames = runsOf(member(b, "frames"), totalFrames);
   return box;
 }
 
-MotionFrame motionOf(const JsonValue& m, int totalFrames) {
-  MotionFrame motion{frameOf(m["frame"], totalFrames), {}};
-  for (const JsonValue& p : list(m["marked"])) {
+MotionFrame motionOf(const Json& m, int totalFrames) {
+  MotionFrame motion{frameOf(member(m, "frame"), totalFrames), {}};
+  for (const Json& p : list(member(m, "marked"))) {
     motion.marked.push_back({static_cast<std::int32_t>(whole(list(p, 2)[0], kInt32Min, kInt32Max)),
-                             static_cast<std::int32_t>(whole(p.array()[1], kInt32Min, kInt32Max))});
+                             static_cast<std::int32_t>(whole(p[1], kInt32Min, kInt32Max))});
   }
   return motion;
 }
 
-std::string nameOf(const JsonValue& v) { return v.isNull() ? std::string() : text(v); }
+std::string nameOf(const Json& v) { return v.is_null() ? std::string() : text(v); }
 
 // An event lies inside its clip, in the order the grouping gives its frames.
-Event eventOf(const JsonValue& e, int number, int totalFrames) {
+Event eventOf(const Json& e, int number, int totalFrames) {
   Event event;
-  event.number = static_cast<int>(whole(e["number"], number, number));
-  event.clipFrom = frameOf(e["clip_from"], totalFrames);
-  event.startFrame = static_cast<int>(whole(e["start_frame"], event.clipFrom, totalFrames - 1LL));
-  event.peakFrame = static_cast<int>(whole(e["peak_frame"], event.startFrame, totalFrames - 1LL));
-  event.endFrame = static_cast<int>(whole(e["end_frame"], event.peakFrame, totalFrames - 1LL));
-  event.clipTo = static_cast<int>(whole(e["clip_to"], event.endFrame, totalFrames - 1LL));
-  event.motionFrames =
-      static_cast<int>(whole(e["motion_frames"], 1, event.endFrame - event.startFrame + 1LL));
-  event.peakCells = static_cast<int>(whole(e["peak_cells"], 0, kInt32Max));
+  event.number = static_cast<int>(whole(member(e, "number"), number, number));
+  event.clipFrom = frameOf(member(e, "clip_from"), totalFrames);
+  event.startFrame =
+      static_cast<int>(whole(member(e, "start_frame"), event.clipFrom, totalFrames - 1LL));
+  event.peakFrame =
+      static_cast<int>(whole(member(e, "peak_frame"), event.startFrame, totalFrames - 1LL));
+  event.endFrame =
+      static_cast<int>(whole(member(e, "end_frame"), event.peakFrame, totalFrames - 1LL));
+  event.clipTo = static_cast<int>(whole(member(e, "clip_to"), event.endFrame, totalFrames - 1LL));
+  event.motionFrames = static_cast<int>(
+      whole(member(e, "motion_frames"), 1, event.endFrame - event.startFrame + 1LL));
+  event.peakCells = static_cast<int>(whole(member(e, "peak_cells"), 0, kInt32Max));
   for (std::size_t k = 0; k < 4; ++k) {
-    event.box[k] = static_cast<std::int32_t>(whole(list(e["box"], 4)[k], kInt32Min, kInt32Max));
+    event.box[k] =
+        static_cast<std::int32_t>(whole(list(member(e, "box"), 4)[k], kInt32Min, kInt32Max));
   }
-  event.thumbnail = nameOf(e["thumbnail"]);
-  event.exported = nameOf(e["exported"]);
+  event.thumbnail = nameOf(member(e, "thumbnail"));
+  event.exported = nameOf(member(e, "exported"));
   return event;
 }
 
-ClipScan scanOf(const JsonValue& line) {
+ClipScan scanOf(const Json& line) {
   for (const char* key : {"clip", "opened", "ended", "TotalFrames", "boxes", "motion", "events",
                           "dwMicroSecPerFrame", "size", "mtime_ns"}) {
-    if (!line.has(key)) throw Damaged{};
+    if (!line.contains(key)) throw Damaged{};
   }
   ClipScan scan;
   scan.clip = clipOf(line);
-  if (line["opened"].kind() != JsonValue::Kind::Bool) throw Damaged{};
-  scan.opened = line["opened"].boolean();
-  const std::string& ended = text(line["ended"]);
+  if (!member(line, "opened").is_boolean()) throw Damaged{};
+  scan.opened = member(line, "opened").get<bool>();
+  const std::string& ended = text(member(line, "ended"));
   const bool known = ended == "refused" || ended == "error" || ended == "end_of_run";
   if (!known || (ended == "refused") == scan.opened) throw Damaged{};
   scan.broke = ended == "error";
   // A clip that did not open has no frames: nothing of it can lie inside it.
-  scan.totalFrames =
-      static_cast<int>(whole(line["TotalFrames"], 0, scan.opened ? clip::format::kMaxFrames : 0));
+  scan.totalFrames = static_cast<int>(
+      whole(member(line, "TotalFrames"), 0, scan.opened ? clip::format::kMaxFrames : 0));
   scan.microSecPerFrame = static_cast<std::uint32_t>(
-      whole(line["dwMicroSecPerFrame"], 0, std::numeric_limits<std::uint32_t>::max()));
-  scan.stamp = {whole(line["size"], -1, std::numeric_limits<std::int64_t>::max()),
-                whole(line["mtime_ns"], std::numeric_limits<std::int64_t>::min(),
+      whole(member(line, "dwMicroSecPerFrame"), 0, std::numeric_limits<std::uint32_t>::max()));
+  scan.stamp = {whole(member(line, "size"), -1, std::numeric_limits<std::int64_t>::max()),
+                whole(member(line, "mtime_ns"), std::numeric_limits<std::int64_t>::min(),
                       std::numeric_limits<std::int64_t>::max())};
-  if (line.has("scan_s")) {
-    const JsonValue& took = line["scan_s"];
-    if (took.kind() != JsonValue::Kind::Number || !(took.number() >= 0) ||
-        took.number() > kMostScanSeconds) {
+  if (line.contains("scan_s")) {
+    const Json& took = member(line, "scan_s");
+    if (!took.is_number() || !(took.get<double>() >= 0) || took.get<double>() > kMostScanSeconds) {
       throw Damaged{};
     }
-    scan.scanSeconds = took.number();
+    scan.scanSeconds = took.get<double>();
   }
-  for (const JsonValue& b : list(line["boxes"])) scan.boxes.push_back(boxOf(b, scan.totalFrames));
-  for (const JsonValue& m : list(line["motion"])) {
+  for (const Json& b : list(member(line, "boxes")))
+    scan.boxes.push_back(boxOf(b, scan.totalFrames));
+  for (const Json& m : list(member(line, "motion"))) {
     scan.motion.push_back(motionOf(m, scan.totalFrames));
     // The grouping into events takes the motion frames in ascending order.
     const std::size_t n = scan.motion.size();
@@ -167,7 +174,7 @@ ClipScan scanOf(const JsonValue& line) {
       throw Damaged{};
     }
   }
-  for (const JsonValue& e : list(line["events"])) {
+  for (const Json& e : list(member(line, "events"))) {
     scan.events.push_back(eventOf(e, static_cast<int>(scan.events.size()) + 1, scan.totalFrames));
   }
   return scan;
@@ -193,7 +200,7 @@ std::string nameFault(const std::string& name, const std::string& clip, int even
 
 }  // namespace
 
-std::optional<ClipScan> recordOf(const JsonValue& line) {
+std::optional<ClipScan> recordOf(const nlohmann::json& line) {
   ClipScan scan;
   try {
     scan = scanOf(line);

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 #include "scan/one_clip.h"
 
 namespace scan {
@@ -21,7 +21,7 @@ std::string recordLine(const ClipScan& scan);
 // fit their fields (a frame outside the clip, a negative count). A record that names a file other
 // than the one the scan writes for its event (a path, a link of a scheme) is not taken: its clip
 // comes back as a problem, not opened, with `refused` and a box saying why, and no stamp.
-std::optional<ClipScan> recordOf(const JsonValue& line);
+std::optional<ClipScan> recordOf(const nlohmann::json& line);
 
 // A clip whose record was not taken, listed with `why`: not opened, with a box saying why, and no
 // stamp, so that --resume scans it again.

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 #include "scan/terminal.h"
 #include "toolkit/core/runtime_error.h"
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <ostream>
 
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 
 namespace scan {
 

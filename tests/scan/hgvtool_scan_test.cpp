@@ -9,7 +9,7 @@
 #include "app/hgvtool_commands.h"
 #include "clip/clip_writer.h"
 #include "scan/events.h"
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 #include "tests/support/media_facts.h"
 #include "tests/support/scene_clips.h"
 #include "toolkit/core/image.h"
@@ -20,38 +20,38 @@ using testing_support::lines;
 using testing_support::text;
 using testing_support::ToolRun;
 
-using scan::JsonValue;
+using Json = nlohmann::json;
 using testing_support::readBytes;
 using testing_support::Square;
 
-JsonValue json(const std::string& text) {
-  const auto value = JsonValue::parse(text);
+Json json(const std::string& text) {
+  const auto value = scan::parseJson(text);
   EXPECT_TRUE(value.has_value()) << text;
-  return value.value_or(JsonValue());
+  return value.value_or(Json());
 }
 
 // The motion frames of an object of events.json as "frame [corners]", as search --all prints.
-std::vector<std::string> motionOf(const JsonValue& object) {
+std::vector<std::string> motionOf(const Json& object) {
   std::vector<std::string> out;
-  for (const JsonValue& m : object["motion"].array()) {
+  for (const Json& m : object.at("motion")) {
     std::string corners;
-    for (const JsonValue& p : m["marked"].array()) {
+    for (const Json& p : m.at("marked")) {
       corners += (corners.empty() ? "" : ", ") + std::string("[") +
-                 std::to_string(p.array()[0].integer()) + ", " +
-                 std::to_string(p.array()[1].integer()) + "]";
+                 std::to_string(p[0].get<long long>()) + ", " +
+                 std::to_string(p[1].get<long long>()) + "]";
     }
-    out.push_back(std::to_string(m["frame"].integer()) + " [" + corners + "]");
+    out.push_back(std::to_string(m.at("frame").get<long long>()) + " [" + corners + "]");
   }
   return out;
 }
 
-std::vector<scan::MotionFrame> motionFrames(const JsonValue& object) {
+std::vector<scan::MotionFrame> motionFrames(const Json& object) {
   std::vector<scan::MotionFrame> out;
-  for (const JsonValue& m : object["motion"].array()) {
-    scan::MotionFrame frame{static_cast<int>(m["frame"].integer()), {}};
-    for (const JsonValue& p : m["marked"].array()) {
-      frame.marked.push_back({static_cast<std::int32_t>(p.array()[0].integer()),
-                              static_cast<std::int32_t>(p.array()[1].integer())});
+  for (const Json& m : object.at("motion")) {
+    scan::MotionFrame frame{static_cast<int>(m.at("frame").get<long long>()), {}};
+    for (const Json& p : m.at("marked")) {
+      frame.marked.push_back({static_cast<std::int32_t>(p[0].get<long long>()),
+                              static_cast<std::int32_t>(p[1].get<long long>())});
     }
     out.push_back(frame);
   }
@@ -140,8 +140,8 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
   const std::vector<std::string> clips = {folder + "/100/b.hgv", folder + "/a.HGV",
                                           folder + "/b-cut.HGV", folder + "/c-broken.HGV",
                                           folder + "/d-one.HGV"};
-  const JsonValue report = json(text(out + "/events.json"));
-  ASSERT_EQ(report.array().size(), clips.size());
+  const Json report = json(text(out + "/events.json"));
+  ASSERT_EQ(report.size(), clips.size());
   scan::EventRules rules;
   rules.mergeGap = {0, 2};
   rules.minEvent = {0, 1};
@@ -149,42 +149,44 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
   rules.after = {0, 2};
   std::size_t eventCount = 0;
   for (std::size_t i = 0; i < clips.size(); ++i) {
-    const JsonValue& object = report.array()[i];
+    const Json& object = report[i];
     SCOPED_TRACE(clips[i]);
-    EXPECT_EQ(object["clip"].string(), clips[i]);
-    if (!object["opened"].boolean()) continue;
-    EXPECT_EQ(object["ended"].string(), "end_of_run");
-    EXPECT_EQ(object["frame_rate"].number(), 10);
+    EXPECT_EQ(object.at("clip").get<std::string>(), clips[i]);
+    if (!object.at("opened").get<bool>()) continue;
+    EXPECT_EQ(object.at("ended").get<std::string>(), "end_of_run");
+    EXPECT_EQ(object.at("frame_rate").get<double>(), 10);
     EXPECT_EQ(motionOf(object), searchAll(clips[i])) << "the motion frames of search --all";
-    const auto want = scan::groupEvents(motionFrames(object), rules, 0.1,
-                                        static_cast<int>(object["TotalFrames"].integer()));
-    ASSERT_EQ(object["events"].array().size(), want.size());
+    const auto want =
+        scan::groupEvents(motionFrames(object), rules, 0.1,
+                          static_cast<int>(object.at("TotalFrames").get<long long>()));
+    ASSERT_EQ(object.at("events").size(), want.size());
     for (std::size_t k = 0; k < want.size(); ++k) {
-      const JsonValue& e = object["events"].array()[k];
-      EXPECT_EQ(e["number"].integer(), want[k].number);
-      EXPECT_EQ(e["start_frame"].integer(), want[k].startFrame);
-      EXPECT_EQ(e["end_frame"].integer(), want[k].endFrame);
-      EXPECT_EQ(e["peak_frame"].integer(), want[k].peakFrame);
-      EXPECT_EQ(e["clip_from"].integer(), want[k].clipFrom);
-      EXPECT_EQ(e["clip_to"].integer(), want[k].clipTo);
-      EXPECT_DOUBLE_EQ(e["start_s"].number(), want[k].startFrame * 0.1);
+      const Json& e = object.at("events")[k];
+      EXPECT_EQ(e.at("number").get<long long>(), want[k].number);
+      EXPECT_EQ(e.at("start_frame").get<long long>(), want[k].startFrame);
+      EXPECT_EQ(e.at("end_frame").get<long long>(), want[k].endFrame);
+      EXPECT_EQ(e.at("peak_frame").get<long long>(), want[k].peakFrame);
+      EXPECT_EQ(e.at("clip_from").get<long long>(), want[k].clipFrom);
+      EXPECT_EQ(e.at("clip_to").get<long long>(), want[k].clipTo);
+      EXPECT_DOUBLE_EQ(e.at("start_s").get<double>(), want[k].startFrame * 0.1);
       ++eventCount;
     }
   }
-  const JsonValue& a = report.array()[1];
-  ASSERT_EQ(a["events"].array().size(), 2u) << "the square comes, then goes";
-  EXPECT_EQ(report.array()[2]["TotalFrames"].integer(), 7)
+  const Json& a = report[1];
+  ASSERT_EQ(a.at("events").size(), 2u) << "the square comes, then goes";
+  EXPECT_EQ(report[2].at("TotalFrames").get<long long>(), 7)
       << "the cut-off recording's whole frames";
-  EXPECT_FALSE(report.array()[3]["opened"].boolean());
-  EXPECT_EQ(report.array()[3]["ended"].string(), "refused");
-  EXPECT_FALSE(report.array()[3]["boxes"].array().empty()) << "with its message";
-  EXPECT_TRUE(report.array()[4]["events"].array().empty()) << "one frame: nothing to compare";
+  EXPECT_FALSE(report[3].at("opened").get<bool>());
+  EXPECT_EQ(report[3].at("ended").get<std::string>(), "refused");
+  EXPECT_FALSE(report[3].at("boxes").empty()) << "with its message";
+  EXPECT_TRUE(report[4].at("events").empty()) << "one frame: nothing to compare";
 
   // Each event: a thumbnail of its peak frame with the marks in blue, and its padded run as a
   // clip of its own, byte for byte the source's frames at the source's rate.
   const testing_support::ClipFacts source = testing_support::readClip(clips[1], file("read"));
-  for (const JsonValue& e : a["events"].array()) {
-    const auto picture = toolkit::decodeJpeg(readBytes(out + "/" + e["thumbnail"].string()));
+  for (const Json& e : a.at("events")) {
+    const auto picture =
+        toolkit::decodeJpeg(readBytes(out + "/" + e.at("thumbnail").get<std::string>()));
     ASSERT_TRUE(picture.has_value());
     EXPECT_EQ(picture->width, 320);
     std::size_t blue = 0;
@@ -194,15 +196,16 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
     }
     EXPECT_GT(blue, 8u);
     const testing_support::ClipFacts cut =
-        testing_support::readClip(out + "/" + e["exported"].string(), file("read"));
-    const auto from = static_cast<std::size_t>(e["clip_from"].integer());
-    const auto to = static_cast<std::size_t>(e["clip_to"].integer());
+        testing_support::readClip(out + "/" + e.at("exported").get<std::string>(), file("read"));
+    const auto from = static_cast<std::size_t>(e.at("clip_from").get<long long>());
+    const auto to = static_cast<std::size_t>(e.at("clip_to").get<long long>());
     ASSERT_EQ(cut.frames.size(), to - from + 1);
     for (std::size_t k = 0; k < cut.frames.size(); ++k) {
       EXPECT_TRUE(cut.frames[k] == source.frames[from + k]) << "frame " << from + k;
     }
     EXPECT_EQ(cut.microSecPerFrame, source.microSecPerFrame);
-    EXPECT_NE(e["exported"].string().find("a-"), std::string::npos) << "named after the clip";
+    EXPECT_NE(e.at("exported").get<std::string>().find("a-"), std::string::npos)
+        << "named after the clip";
   }
 
   // Nothing of the clips without events but their rows; no half-written file.
@@ -221,7 +224,7 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
   const std::string page = text(out + "/index.html");
   for (const std::string& clip : clips) EXPECT_NE(page.find(clip), std::string::npos) << clip;
   EXPECT_NE(page.find("<svg class=\"strip\""), std::string::npos);
-  EXPECT_NE(page.find("<img src=\"" + a["events"].array()[0]["thumbnail"].string() + "\""),
+  EXPECT_NE(page.find("<img src=\"" + a.at("events")[0].at("thumbnail").get<std::string>() + "\""),
             std::string::npos);
   EXPECT_EQ(page.find("http"), std::string::npos);
   EXPECT_EQ(page.find("<script"), std::string::npos);
@@ -251,13 +254,14 @@ TEST_F(HgvtoolScanTest, EventClipsAsVideosPlayTheirFramesAtTheSourcesRate) {
     args.insert(args.end(), kRules.begin(), kRules.end());
     const ToolRun scan = run(scanCommand, args);
     ASSERT_EQ(scan.status, 0) << scan.err;
-    const JsonValue object = json(lines(scan.out).at(0));
-    ASSERT_FALSE(object["events"].array().empty());
-    for (const JsonValue& e : object["events"].array()) {
+    const Json object = json(lines(scan.out).at(0));
+    ASSERT_FALSE(object.at("events").empty());
+    for (const Json& e : object.at("events")) {
       const testing_support::VideoFacts video =
-          testing_support::readVideo(out + "/" + e["exported"].string());
+          testing_support::readVideo(out + "/" + e.at("exported").get<std::string>());
       EXPECT_EQ(video.codec, std::string(format) == "mp4" ? "h264" : "wmv2");
-      EXPECT_EQ(video.pictures, e["clip_to"].integer() - e["clip_from"].integer() + 1);
+      EXPECT_EQ(video.pictures,
+                e.at("clip_to").get<long long>() - e.at("clip_from").get<long long>() + 1);
       EXPECT_DOUBLE_EQ(video.fps, 10);
       EXPECT_EQ(video.width, 320);
     }
@@ -285,7 +289,7 @@ TEST_F(HgvtoolScanTest, BadOptionsAreUsageErrorsThatWriteNothing) {
   EXPECT_EQ(none.err, "hgvtool: no .hgv clips found\n");
   const ToolRun gone = run(scanCommand, {file("gone.HGV"), "--json"});
   EXPECT_EQ(gone.status, 1);
-  EXPECT_EQ(json(gone.out)["opened"].boolean(), false);
+  EXPECT_EQ(json(gone.out).at("opened").get<bool>(), false);
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "scan/events.h"
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 
 namespace scan {
 namespace {
@@ -104,26 +104,28 @@ TEST(ScanEventsTest, DurationsAreSecondsOrFramesAndNothingElse) {
   }
 }
 
-TEST(JsonValueTest, ReadsBackWhatTheToolWrites) {
-  const auto v = JsonValue::parse(
-      R"({"clip": "a\"b\\c\u0001\u00e9", "n": -12, "x": 0.25, "ok": true, "none": null,)"
-      R"( "list": [[1, 2], []], "raw": "é", "ns": 1795442643858102861})");
+TEST(JsonTest, ReadsBackWhatTheToolWrites) {
+  const auto v =
+      parseJson(R"({"clip": "a\"b\\c\u0001\u00e9", "n": -12, "x": 0.25, "ok": true, "none": null,)"
+                R"( "list": [[1, 2], []], "raw": "é", "ns": 1795442643858102861})");
   ASSERT_TRUE(v.has_value());
-  EXPECT_EQ((*v)["clip"].string(), std::string("a\"b\\c\x01\xc3\xa9"));
-  EXPECT_EQ((*v)["n"].integer(), -12);
-  EXPECT_EQ((*v)["x"].number(), 0.25);
-  EXPECT_TRUE((*v)["ok"].boolean());
-  EXPECT_TRUE((*v)["none"].isNull());
-  EXPECT_TRUE((*v)["missing"].isNull());
-  EXPECT_EQ((*v)["list"].array()[0].array()[1].integer(), 2);
-  EXPECT_EQ((*v)["raw"].string(), "é");
-  EXPECT_EQ((*v)["ns"].integer(), 1795442643858102861) << "beyond what a double holds";
+  EXPECT_EQ((*v).at("clip").get<std::string>(), std::string("a\"b\\c\x01\xc3\xa9"));
+  EXPECT_EQ((*v).at("n").get<long long>(), -12);
+  EXPECT_EQ((*v).at("x").get<double>(), 0.25);
+  EXPECT_TRUE((*v).at("ok").get<bool>());
+  EXPECT_TRUE((*v).at("none").is_null());
+  EXPECT_TRUE(member(*v, "missing").is_null());
+  EXPECT_EQ((*v).at("list")[0][1].get<long long>(), 2);
+  EXPECT_EQ((*v).at("raw").get<std::string>(), "é");
+  EXPECT_EQ((*v).at("ns").get<long long>(), 1795442643858102861) << "beyond what a double holds";
   for (const char* bad :
        {"", "{", R"({"a": 1,})", R"({"a" 1})", "[1] 2", "nul", R"("\x")", "{\"a\": \"cut"}) {
-    EXPECT_FALSE(JsonValue::parse(bad).has_value()) << bad;
+    EXPECT_FALSE(parseJson(bad).has_value()) << bad;
   }
-  EXPECT_FALSE(JsonValue::parse(std::string(100, '[') + std::string(100, ']')).has_value())
-      << "too deep";
+  EXPECT_FALSE(parseJson(std::string(100, '[') + std::string(100, ']')).has_value()) << "too deep";
+  EXPECT_TRUE(parseJson(std::string(65, '[') + std::string(65, ']')).has_value()) << "64 inside";
+  EXPECT_FALSE(parseJson(std::string(66, '[') + std::string(66, ']')).has_value());
+  EXPECT_FALSE(parseJson("\xEF\xBB\xBF{}").has_value()) << "a byte order mark";
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "app/hgvtool_commands.h"
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 #include "scan/record.h"
 #include "scan/report.h"
 #include "scan/terminal.h"
@@ -59,13 +59,15 @@ TEST(JsonReaderTest, TakesOnlyWhatJsonAllows) {
            {"\"\\x41\"", false},
            {"\"a\nb\"", false},
        }) {
-    EXPECT_EQ(JsonValue::parse(c.text).has_value(), c.taken) << c.text;
+    EXPECT_EQ(parseJson(c.text).has_value(), c.taken) << c.text;
   }
-  EXPECT_EQ(JsonValue::parse("\"\\ud83d\\ude00\\u00e9\\/\"")->string(),
+  EXPECT_EQ(parseJson("\"\\ud83d\\ude00\\u00e9\\/\"")->get<std::string>(),
             "\xf0\x9f\x98\x80\xc3\xa9/");
-  EXPECT_TRUE(JsonValue::parse("123")->isInteger());
-  EXPECT_FALSE(JsonValue::parse("123.0")->isInteger());
-  EXPECT_FALSE(JsonValue::parse("99999999999999999999")->isInteger()) << "beyond 64 bits";
+  EXPECT_TRUE(wholeNumber(*parseJson("123")).has_value());
+  EXPECT_FALSE(wholeNumber(*parseJson("123.0")).has_value());
+  EXPECT_FALSE(wholeNumber(*parseJson("99999999999999999999")).has_value()) << "beyond 64 bits";
+  EXPECT_FALSE(wholeNumber(*parseJson("9223372036854775808")).has_value()) << "beyond a long long";
+  EXPECT_EQ(wholeNumber(*parseJson("-9223372036854775808")), std::numeric_limits<long long>::min());
 }
 
 TEST(JsonReaderTest, WrittenStringsAreUtf8AndOrdinaryOnesAreAsBefore) {
@@ -111,7 +113,7 @@ class ScanRecordTest : public ::testing::Test {
   }
 
   static std::optional<ClipScan> read(const std::string& line) {
-    const auto value = JsonValue::parse(line);
+    const auto value = parseJson(line);
     return value ? recordOf(*value) : std::nullopt;
   }
 

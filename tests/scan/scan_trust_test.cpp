@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "app/hgvtool_commands.h"
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 #include "scan/one_clip.h"
 #include "tests/support/scene_clips.h"
 
@@ -19,7 +19,7 @@ using testing_support::text;
 using testing_support::ToolRun;
 
 namespace fs = std::filesystem;
-using scan::JsonValue;
+using Json = nlohmann::json;
 using testing_support::readBytes;
 
 void put(const std::string& path, const std::string& content) {
@@ -101,9 +101,9 @@ TEST_F(ScanTrustTest, AJournalNamingFilesElsewhereHarmsNothingWhenJoinedOrResume
   expectLinksInside(page);
   EXPECT_NE(page.find("does not write: javascript:alert(document.cookie)</li>"), std::string::npos)
       << "only as the problem's text";
-  const JsonValue events = JsonValue::parse(text(file("merged/events.json"))).value();
-  ASSERT_EQ(events.array().size(), 3u);
-  for (const JsonValue& clip : events.array()) EXPECT_FALSE(clip["opened"].boolean());
+  const Json events = scan::parseJson(text(file("merged/events.json"))).value();
+  ASSERT_EQ(events.size(), 3u);
+  for (const Json& clip : events) EXPECT_FALSE(clip.at("opened").get<bool>());
 
   const ToolRun resumed = scan({folder, "--out", shard, "--clips", "hgv", "--resume"});
   EXPECT_EQ(resumed.status, 0) << resumed.err;
@@ -144,12 +144,12 @@ TEST_F(ScanTrustTest, UndecodableFramesGiveOneEntryPerMessageWithTheirRuns) {
   jpegs[0] = testing_support::sceneJpeg(32, 24, {}, 0);
   const std::string many = writeClip("many.HGV", jpegs, 32, 24);
   const ToolRun json = scan({many, "--json"});
-  const JsonValue object = JsonValue::parse(json.out).value();
-  ASSERT_EQ(object["boxes"].array().size(), 1u) << json.out.substr(0, 400);
-  const auto& runs = object["boxes"].array()[0]["frames"].array();
+  const Json object = scan::parseJson(json.out).value();
+  ASSERT_EQ(object.at("boxes").size(), 1u) << json.out.substr(0, 400);
+  const auto& runs = object.at("boxes")[0].at("frames");
   ASSERT_EQ(runs.size(), 1u);
-  EXPECT_EQ(runs[0].array()[0].integer(), 1);
-  EXPECT_EQ(runs[0].array()[1].integer(), 2999);
+  EXPECT_EQ(runs[0][0].get<long long>(), 1);
+  EXPECT_EQ(runs[0][1].get<long long>(), 2999);
   EXPECT_LT(json.out.size(), 400u);
 }
 
@@ -161,18 +161,18 @@ TEST_F(ScanTrustTest, ANameThatIsNotUtf8IsValidJsonAndItsBytesComeBack) {
   ASSERT_EQ(first.status, 0) << first.err;
   const std::string json = text(out + "/events.json");
   EXPECT_TRUE(scan::isUtf8(json));
-  const JsonValue events = JsonValue::parse(json).value();
-  const JsonValue& clip = events.array().at(0);
-  EXPECT_EQ(clip["clip"].string(), scan::validUtf8(odd));
+  const Json events = scan::parseJson(json).value();
+  const Json& clip = events.at(0);
+  EXPECT_EQ(clip.at("clip").get<std::string>(), scan::validUtf8(odd));
   std::string bytes;
-  const std::string& hex = clip["clip_bytes"].string();
+  const std::string& hex = clip.at("clip_bytes").get<std::string>();
   for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
     bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
   }
   EXPECT_EQ(bytes, odd);
-  EXPECT_FALSE(events.array().at(1).has("clip_bytes"));
+  EXPECT_FALSE(events.at(1).contains("clip_bytes"));
   for (const std::string& line : lines(text(out + "/scan.jsonl"))) {
-    EXPECT_TRUE(scan::isUtf8(line) && JsonValue::parse(line).has_value()) << line;
+    EXPECT_TRUE(scan::isUtf8(line) && scan::parseJson(line).has_value()) << line;
   }
   EXPECT_TRUE(scan::isUtf8(first.out)) << "escaped on the terminal as well";
   EXPECT_NE(first.out.find("/caf\\xe9\\xff.HGV: 10 frames"), std::string::npos) << first.out;

@@ -11,7 +11,7 @@
 
 #include "app/hgvtool_commands.h"
 #include "scan/clip_walk.h"
-#include "scan/json_value.h"
+#include "scan/json_text.h"
 #include "scan/one_clip.h"
 #include "search/driver/tool_session.h"
 #include "tests/support/faulty_file_system.h"
@@ -27,12 +27,12 @@ using testing_support::readBytes;
 // The first message of each clip of events.json that was refused, by the clip's path.
 std::map<std::string, std::string> refusals(const std::string& eventsJsonPath) {
   const std::vector<std::uint8_t> bytes = readBytes(eventsJsonPath);
-  const auto all = scan::JsonValue::parse(std::string(bytes.begin(), bytes.end()));
+  const auto all = scan::parseJson(std::string(bytes.begin(), bytes.end()));
   EXPECT_TRUE(all.has_value());
   std::map<std::string, std::string> out;
-  for (const scan::JsonValue& item : all ? all->array() : std::vector<scan::JsonValue>{}) {
-    if (item["ended"].string() == "refused" && !item["boxes"].array().empty()) {
-      out[item["clip"].string()] = item["boxes"].array()[0]["text"].string();
+  for (const nlohmann::json& item : all ? *all : nlohmann::json::array()) {
+    if (item.at("ended").get<std::string>() == "refused" && !item.at("boxes").empty()) {
+      out[item.at("clip").get<std::string>()] = item.at("boxes")[0].at("text").get<std::string>();
     }
   }
   return out;

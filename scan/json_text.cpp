@@ -1,0 +1,123 @@
+#include "scan/json_text.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace scan {
+
+namespace {
+
+// A journal line is shallow: this is far more than it holds, and far less than could exhaust a
+// reader.
+constexpr int kMostDepth = 64;
+
+}  // namespace
+
+std::optional<nlohmann::json> parseJson(std::string_view text) {
+  // The library passes over a byte order mark; a line of the journal never starts with one.
+  if (text.substr(0, 3) == "\xEF\xBB\xBF") return std::nullopt;
+  bool tooDeep = false;
+  const nlohmann::json::parser_callback_t refuseDeep =
+      [&tooDeep](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
+        tooDeep = tooDeep || depth > kMostDepth;
+        return !tooDeep;
+      };
+  nlohmann::json value = nlohmann::json::parse(text.begin(), text.end(), refuseDeep, false);
+  if (tooDeep || value.is_discarded()) return std::nullopt;
+  return value;
+}
+
+const nlohmann::json& member(const nlohmann::json& object, const char* key) {
+  static const nlohmann::json none;
+  if (!object.is_object()) return none;
+  const auto found = object.find(key);
+  return found == object.end() ? none : *found;
+}
+
+std::optional<long long> wholeNumber(const nlohmann::json& value) {
+  if (value.is_number_unsigned()) {
+    const auto n = value.get<std::uint64_t>();
+    if (n > static_cast<std::uint64_t>(std::numeric_limits<long long>::max())) return std::nullopt;
+    return static_cast<long long>(n);
+  }
+  if (value.is_number_integer()) return value.get<std::int64_t>();
+  return std::nullopt;
+}
+
+std::size_t utf8SequenceLength(std::string_view text) {
+  if (text.empty()) return 0;
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char lead = byte(0);
+  if (lead < 0x80) return 1;
+  std::size_t length = 0;
+  unsigned char low = 0x80, high = 0xBF;  // the second byte's range, narrowed for some leads
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    length = 2;
+  } else if (lead >= 0xE0 && lead <= 0xEF) {
+    length = 3;
+    if (lead == 0xE0) low = 0xA0;   // overlong
+    if (lead == 0xED) high = 0x9F;  // surrogates
+  } else if (lead >= 0xF0 && lead <= 0xF4) {
+    length = 4;
+    if (lead == 0xF0) low = 0x90;   // overlong
+    if (lead == 0xF4) high = 0x8F;  // beyond U+10FFFF
+  } else {
+    return 0;
+  }
+  if (text.size() < length || byte(1) < low || byte(1) > high) return 0;
+  for (std::size_t i = 2; i < length; ++i) {
+    if (byte(i) < 0x80 || byte(i) > 0xBF) return 0;
+  }
+  return length;
+}
+
+bool isUtf8(std::string_view text) {
+  for (std::size_t at = 0, length; at < text.size(); at += length) {
+    if ((length = utf8SequenceLength(text.substr(at))) == 0) return false;
+  }
+  return true;
+}
+
+std::string validUtf8(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length = utf8SequenceLength(text.substr(at));
+    if (length == 0) {
+      out += "\xEF\xBF\xBD";
+      ++at;
+    } else {
+      out.append(text.substr(at, length));
+      at += length;
+    }
+  }
+  return out;
+}
+
+std::string jsonString(const std::string& s) {
+  std::string out = "\"";
+  for (std::size_t at = 0; at < s.size();) {
+    const auto c = static_cast<unsigned char>(s[at]);
+    const std::size_t length = utf8SequenceLength(std::string_view(s).substr(at));
+    if (length > 1) {
+      out.append(s, at, length);
+    } else if (length == 0) {
+      out += "\xEF\xBF\xBD";  // U+FFFD: JSON is UTF-8, and this byte is none of it
+    } else if (c == '"' || c == '\\') {
+      out += '\\';
+      out += static_cast<char>(c);
+    } else if (c == '\n' || c == '\r' || c == '\t') {
+      out += c == '\n' ? "\\n" : c == '\r' ? "\\r" : "\\t";
+    } else if (c < 0x20) {
+      char buf[8];
+      std::snprintf(buf, sizeof buf, "\\u%04x", c);
+      out += buf;
+    } else {
+      out += static_cast<char>(c);
+    }
+    at += std::max<std::size_t>(length, 1);
+  }
+  return out + "\"";
+}
+
+}  // namespace scan
