@@ -1,7 +1,9 @@
 #include "scan/json_text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
 namespace scan {
 
@@ -42,6 +44,51 @@ std::optional<long long> wholeNumber(const nlohmann::json& value) {
   }
   if (value.is_number_integer()) return value.get<std::int64_t>();
   return std::nullopt;
+}
+
+namespace {
+
+void writeJson(const nlohmann::ordered_json& value, std::string& out) {
+  if (value.is_array()) {
+    out += '[';
+    for (auto item = value.begin(); item != value.end(); ++item) {
+      if (item != value.begin()) out += ", ";
+      writeJson(*item, out);
+    }
+    out += ']';
+  } else if (value.is_object()) {
+    out += '{';
+    for (auto item = value.begin(); item != value.end(); ++item) {
+      if (item != value.begin()) out += ", ";
+      writeJson(nlohmann::ordered_json(item.key()), out);
+      out += ": ";
+      writeJson(item.value(), out);
+    }
+    out += '}';
+  } else {
+    out += value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  }
+}
+
+}  // namespace
+
+std::string jsonText(const nlohmann::ordered_json& value) {
+  std::string out;
+  writeJson(value, out);
+  return out;
+}
+
+nlohmann::ordered_json secondsJson(double seconds) {
+  // Rounded as printf rounds, so that the library's shortest text is the one the files have
+  // always had; multiplying by a million would round some halves the other way.
+  char text[32];
+  std::snprintf(text, sizeof text, "%.6f", seconds);
+  const double rounded = std::strtod(text, nullptr);
+  // Within a long long's range every whole double is exact.
+  if (rounded == std::floor(rounded) && std::fabs(rounded) < 9e15) {
+    return static_cast<long long>(rounded);
+  }
+  return rounded;
 }
 
 std::size_t utf8SequenceLength(std::string_view text) {

@@ -32,6 +32,15 @@ bool isUtf8(std::string_view text);
 // `text` with each byte that starts no UTF-8 sequence replaced by U+FFFD.
 std::string validUtf8(std::string_view text);
 
+// `value` as the program writes JSON: the library's text for every string and number, with ", "
+// between items and ": " after a key, as our files have always had them.
+std::string jsonText(const nlohmann::ordered_json& value);
+// A number of seconds as the files give it: a whole number as an integer, else rounded to the
+// microsecond (so that 0.1 * 3 is written 0.3).
+nlohmann::ordered_json secondsJson(double seconds);
+// A string as JSON holds it: each byte that starts no UTF-8 sequence replaced by U+FFFD.
+inline nlohmann::ordered_json textJson(std::string_view s) { return validUtf8(s); }
+
 // A string as a JSON string literal, escapes included; a byte that is not UTF-8 becomes U+FFFD.
 std::string jsonString(const std::string& s);
 

@@ -13,13 +13,13 @@ using search::ScanBox;
 using Json = nlohmann::json;
 
 std::string recordLine(const ClipScan& scan) {
-  std::string line = scanJson(scan);
-  line.pop_back();  // the object's closing brace
-  char scanned[32];
-  std::snprintf(scanned, sizeof scanned, "%.3f", scan.scanSeconds);
-  return line + ", \"dwMicroSecPerFrame\": " + std::to_string(scan.microSecPerFrame) +
-         ", \"size\": " + std::to_string(scan.stamp.size) +
-         ", \"mtime_ns\": " + std::to_string(scan.stamp.mtimeNs) + ", \"scan_s\": " + scanned + "}";
+  nlohmann::ordered_json line = scanValue(scan);
+  line["dwMicroSecPerFrame"] = scan.microSecPerFrame;
+  line["size"] = scan.stamp.size;
+  line["mtime_ns"] = scan.stamp.mtimeNs;
+  // To the millisecond: how long a scan took is a figure for people, not for the report's times.
+  line["scan_s"] = std::round(scan.scanSeconds * 1000) / 1000;
+  return jsonText(line);
 }
 
 namespace {

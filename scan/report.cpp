@@ -16,6 +16,9 @@
 #include "toolkit/core/runtime_error.h"
 
 namespace scan {
+
+using Json = nlohmann::ordered_json;
+
 namespace {
 
 std::string csv(const std::string& text) {
@@ -37,13 +40,10 @@ std::string ended(const ClipScan& scan) {
   return scan.broke ? "error" : "end_of_run";
 }
 
-std::string corners(const std::vector<search::CellPoint>& marked) {
-  std::string out = "[";
-  for (std::size_t k = 0; k < marked.size(); ++k) {
-    out += std::string(k ? ", " : "") + "[" + std::to_string(marked[k].X.value()) + ", " +
-           std::to_string(marked[k].Y.value()) + "]";
-  }
-  return out + "]";
+Json corners(const std::vector<search::CellPoint>& marked) {
+  Json out = Json::array();
+  for (const search::CellPoint& p : marked) out.push_back({p.X.value(), p.Y.value()});
+  return out;
 }
 
 std::string hexOf(const std::string& bytes) {
@@ -55,24 +55,23 @@ std::string hexOf(const std::string& bytes) {
   return out;
 }
 
-std::string nullable(const std::string& name) { return name.empty() ? "null" : jsonString(name); }
+Json nullable(const std::string& name) { return name.empty() ? Json() : textJson(name); }
 
-std::string eventJson(const Event& e, double fd) {
-  return "{\"number\": " + std::to_string(e.number) +
-         ", \"start_frame\": " + std::to_string(e.startFrame) +
-         ", \"end_frame\": " + std::to_string(e.endFrame) +
-         ", \"start_s\": " + secondsText(e.startSeconds(fd)) +
-         ", \"end_s\": " + secondsText(e.endSeconds(fd)) +
-         ", \"duration_s\": " + secondsText(e.durationSeconds(fd)) +
-         ", \"motion_frames\": " + std::to_string(e.motionFrames) +
-         ", \"peak_frame\": " + std::to_string(e.peakFrame) +
-         ", \"peak_cells\": " + std::to_string(e.peakCells) + ", \"box\": [" +
-         std::to_string(e.box[0]) + ", " + std::to_string(e.box[1]) + ", " +
-         std::to_string(e.box[2]) + ", " + std::to_string(e.box[3]) +
-         "], \"clip_from\": " + std::to_string(e.clipFrom) +
-         ", \"clip_to\": " + std::to_string(e.clipTo) +
-         ", \"thumbnail\": " + nullable(e.thumbnail) + ", \"exported\": " + nullable(e.exported) +
-         "}";
+Json eventValue(const Event& e, double fd) {
+  return {{"number", e.number},
+          {"start_frame", e.startFrame},
+          {"end_frame", e.endFrame},
+          {"start_s", secondsJson(e.startSeconds(fd))},
+          {"end_s", secondsJson(e.endSeconds(fd))},
+          {"duration_s", secondsJson(e.durationSeconds(fd))},
+          {"motion_frames", e.motionFrames},
+          {"peak_frame", e.peakFrame},
+          {"peak_cells", e.peakCells},
+          {"box", {e.box[0], e.box[1], e.box[2], e.box[3]}},
+          {"clip_from", e.clipFrom},
+          {"clip_to", e.clipTo},
+          {"thumbnail", nullable(e.thumbnail)},
+          {"exported", nullable(e.exported)}};
 }
 
 }  // namespace
@@ -193,28 +192,28 @@ std::string scanMessage(const ClipScan& scan) {
   return out;
 }
 
-std::string scanJson(const ClipScan& scan) {
+Json scanValue(const ClipScan& scan) {
   const double fd = scan.frameSeconds();
+  Json out = {{"clip", textJson(scan.clip)}};
   // A path that is not UTF-8 is written as JSON can hold it, and its exact bytes beside it.
-  std::string out = "{\"clip\": " + jsonString(scan.clip) +
-                    (isUtf8(scan.clip) ? "" : ", \"clip_bytes\": \"" + hexOf(scan.clip) + "\"") +
-                    ", \"opened\": " + (scan.opened ? "true" : "false") + ", \"ended\": \"" +
-                    ended(scan) + "\", \"TotalFrames\": " + std::to_string(scan.totalFrames) +
-                    ", \"frame_rate\": " + secondsText(1.0 / fd) +
-                    ", \"duration_s\": " + secondsText(scan.durationSeconds()) +
-                    ", \"boxes\": " + boxesJson(scan.boxes) + ", \"motion\": [";
-  for (std::size_t i = 0; i < scan.motion.size(); ++i) {
-    const MotionFrame& m = scan.motion[i];
-    out += std::string(i ? ", " : "") + "{\"frame\": " + std::to_string(m.frame) +
-           ", \"time_s\": " + secondsText(m.frame * fd) + ", \"marked\": " + corners(m.marked) +
-           "}";
+  if (!isUtf8(scan.clip)) out["clip_bytes"] = hexOf(scan.clip);
+  out["opened"] = scan.opened;
+  out["ended"] = ended(scan);
+  out["TotalFrames"] = scan.totalFrames;
+  out["frame_rate"] = secondsJson(1.0 / fd);
+  out["duration_s"] = secondsJson(scan.durationSeconds());
+  out["boxes"] = boxesValue(scan.boxes);
+  Json& motion = out["motion"] = Json::array();
+  for (const MotionFrame& m : scan.motion) {
+    motion.push_back(
+        {{"frame", m.frame}, {"time_s", secondsJson(m.frame * fd)}, {"marked", corners(m.marked)}});
   }
-  out += "], \"events\": [";
-  for (std::size_t i = 0; i < scan.events.size(); ++i) {
-    out += std::string(i ? ", " : "") + eventJson(scan.events[i], fd);
-  }
-  return out + "]}";
+  Json& events = out["events"] = Json::array();
+  for (const Event& e : scan.events) events.push_back(eventValue(e, fd));
+  return out;
 }
+
+std::string scanJson(const ClipScan& scan) { return jsonText(scanValue(scan)); }
 
 bool writeScanReport(toolkit::FileSystem& files, const std::string& folder,
                      const std::vector<ClipScan>& scans, std::ostream& err) {
@@ -238,36 +237,39 @@ std::string reportSummary(const std::vector<ClipScan>& scans, const std::string&
 
 namespace {
 
-std::string boxJson(const toolkit::MessageBoxRequest& b) {
-  return "{\"text\": " + jsonString(b.text) +
-         ", \"icon\": " + (b.icon == toolkit::MsgIcon::Critical ? "\"critical\"" : "null") +
-         ", \"title\": " + (b.title ? jsonString(*b.title) : "null");
+Json boxValue(const toolkit::MessageBoxRequest& b) {
+  return {{"text", textJson(b.text)},
+          {"icon", b.icon == toolkit::MsgIcon::Critical ? Json("critical") : Json()},
+          {"title", b.title ? textJson(*b.title) : Json()}};
 }
 
 }  // namespace
 
+Json boxesValue(const std::vector<toolkit::MessageBoxRequest>& boxes) {
+  Json out = Json::array();
+  for (const toolkit::MessageBoxRequest& box : boxes) out.push_back(boxValue(box));
+  return out;
+}
+
+Json boxesValue(const std::vector<search::ScanBox>& boxes) {
+  Json out = Json::array();
+  for (const search::ScanBox& box : boxes) {
+    Json value = boxValue(box.box);
+    if (!box.frames.empty()) {
+      Json& frames = value["frames"] = Json::array();
+      for (const search::FrameRun& run : box.frames) frames.push_back({run.first, run.last});
+    }
+    out.push_back(std::move(value));
+  }
+  return out;
+}
+
 std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes) {
-  std::string out = "[";
-  for (std::size_t i = 0; i < boxes.size(); ++i) out += (i ? ", " : "") + boxJson(boxes[i]) + "}";
-  return out + "]";
+  return jsonText(boxesValue(boxes));
 }
 
 std::string boxesJson(const std::vector<search::ScanBox>& boxes) {
-  std::string out = "[";
-  for (std::size_t i = 0; i < boxes.size(); ++i) {
-    out += (i ? ", " : "") + boxJson(boxes[i].box);
-    if (!boxes[i].frames.empty()) {
-      out += ", \"frames\": [";
-      for (std::size_t k = 0; k < boxes[i].frames.size(); ++k) {
-        const search::FrameRun& run = boxes[i].frames[k];
-        out +=
-            (k ? ", [" : "[") + std::to_string(run.first) + ", " + std::to_string(run.last) + "]";
-      }
-      out += "]";
-    }
-    out += "}";
-  }
-  return out + "]";
+  return jsonText(boxesValue(boxes));
 }
 
 bool makeFolder(toolkit::FileSystem& files, const std::string& folder, std::ostream& err) {

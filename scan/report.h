@@ -6,6 +6,7 @@
 // the window does, from 1, and says so.
 
 #include <iosfwd>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ namespace scan {
 // One clip as one JSON object on one line: {"clip", "opened", "ended", "TotalFrames",
 // "frame_rate", "duration_s", "boxes", "motion": [...], "events": [...]}.
 std::string scanJson(const ClipScan& scan);
+nlohmann::ordered_json scanValue(const ClipScan& scan);
 // A header, then one row per event of every clip.
 std::string scanCsv(const std::vector<ClipScan>& scans);
 std::string scanHtml(const std::vector<ClipScan>& scans);
@@ -48,6 +50,9 @@ std::string scanMessage(const ClipScan& scan);
 std::string boxesJson(const std::vector<toolkit::MessageBoxRequest>& boxes);
 // The same, with "frames": [[first, last], ...] after the title of a box tied to frames.
 std::string boxesJson(const std::vector<search::ScanBox>& boxes);
+// The same as values, for a caller that puts them inside its own.
+nlohmann::ordered_json boxesValue(const std::vector<toolkit::MessageBoxRequest>& boxes);
+nlohmann::ordered_json boxesValue(const std::vector<search::ScanBox>& boxes);
 
 // Makes the folder and those above it; false, with the reason on `err`, when it cannot be made.
 bool makeFolder(toolkit::FileSystem& files, const std::string& folder, std::ostream& err);

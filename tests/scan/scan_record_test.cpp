@@ -70,6 +70,25 @@ TEST(JsonReaderTest, TakesOnlyWhatJsonAllows) {
   EXPECT_EQ(wholeNumber(*parseJson("-9223372036854775808")), std::numeric_limits<long long>::min());
 }
 
+// The library writes every string and number; the separators stay ", " and ": " as the files have
+// always had them. Seconds keep their old text (at most six decimals, none trailing, no ".0"),
+// and a string's stray bytes each become U+FFFD as before; only a backspace and a form feed are
+// now written \b and \f, as the library escapes them.
+TEST(JsonWriterTest, TheLibrarysTextWithTheFilesSeparators) {
+  const nlohmann::ordered_json value = {
+      {"clip", textJson("caf\xe9\xff.HGV")},
+      {"times", {secondsJson(0.1 * 3), secondsJson(2.0), secondsJson(1.0 / 3), secondsJson(-0.5)}},
+      {"none", nullptr},
+      {"text", textJson("a\"b\\c\n\t\x01\b\f\xe2\x82x")},
+      {"empty", nlohmann::ordered_json::array()}};
+  EXPECT_EQ(
+      jsonText(value),
+      "{\"clip\": \"caf\xef\xbf\xbd\xef\xbf\xbd.HGV\", \"times\": [0.3, 2, 0.333333, -0.5], "
+      "\"none\": null, \"text\": \"a\\\"b\\\\c\\n\\t\\u0001\\b\\f\xef\xbf\xbd\xef\xbf\xbdx\", "
+      "\"empty\": []}");
+  EXPECT_EQ(jsonText(secondsJson(12345.6789005)), secondsText(12345.6789005));
+}
+
 TEST(JsonReaderTest, WrittenStringsAreUtf8AndOrdinaryOnesAreAsBefore) {
   EXPECT_EQ(jsonString("caf\xe9\xff.HGV"), "\"caf\xef\xbf\xbd\xef\xbf\xbd.HGV\"");
   EXPECT_EQ(jsonString("a\"b\\c\n\t\x01 \xc3\xa9"), "\"a\\\"b\\\\c\\n\\t\\u0001 \xc3\xa9\"");
@@ -138,11 +157,11 @@ TEST_F(ScanRecordTest, AWrittenRecordReadsBackAsItself) {
 
 TEST_F(ScanRecordTest, NumbersOutsideTheirFieldsMakeTheLineDamaged) {
   const std::vector<std::pair<std::string, std::string>> edits = {
-      {"\"scan_s\": 1.500", "\"scan_s\": -inf"},
-      {"\"scan_s\": 1.500", "\"scan_s\": -nan"},
-      {"\"scan_s\": 1.500", "\"scan_s\": 1e999"},
-      {"\"scan_s\": 1.500", "\"scan_s\": 1e300"},
-      {"\"scan_s\": 1.500", "\"scan_s\": -1"},
+      {"\"scan_s\": 1.5", "\"scan_s\": -inf"},
+      {"\"scan_s\": 1.5", "\"scan_s\": -nan"},
+      {"\"scan_s\": 1.5", "\"scan_s\": 1e999"},
+      {"\"scan_s\": 1.5", "\"scan_s\": 1e300"},
+      {"\"scan_s\": 1.5", "\"scan_s\": -1"},
       {"\"TotalFrames\": 20", "\"TotalFrames\": 32768"},
       {"\"TotalFrames\": 20", "\"TotalFrames\": -1"},
       {"\"TotalFrames\": 20", "\"TotalFrames\": 20.5"},
