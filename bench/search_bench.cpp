@@ -169,8 +169,8 @@ class Bench {
       toolkit::JpegBitmapDecoder decoder;
       std::vector<std::uint8_t> bitmap;
       time(decode, [&] { decoder.decode(frame->jpeg, bitmap); });
-      const search::BgrRows rows{bitmap.data() + 54,
-                                 static_cast<std::size_t>(toolkit::bmpRowBytes(m_width)), m_width,
+      const search::BgrRows rows{bitmap.data() + toolkit::kBmpHeaderBytes,
+                                 static_cast<std::size_t>(decoder.header().rowBytes()), m_width,
                                  m_height};
       time(cells, [&] { search::cellSums(rows, 16, sums.data()); });
       time(cellsScalar,

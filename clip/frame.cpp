@@ -35,6 +35,8 @@ FramePtr FramePool::make() {
   frame->jpeg.clear();
   frame->picture = Frame::Picture::NotDecoded;
   frame->tooCostly = false;
+  frame->width = frame->height = 0;
+  frame->rowBytes = 0;
   frame->clean = false;
   frame->withTail = false;
   frame->cellSize = 0;

@@ -29,6 +29,11 @@ struct Frame {
   // The picture as the converter's 24-bit bitmap file (a 54-byte header, then the rows bottom-up,
   // blue, green, red, each padded to 4 bytes). Holds it only while picture is Decoded.
   std::vector<std::uint8_t> bitmap;
+  // The picture's size and the bytes of one of the bitmap's rows, as the decoder made them; 0
+  // while picture is not Decoded.
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  std::size_t rowBytes = 0;
   // The decoding read the stream to its end marker without a warning, so no byte after the
   // frame's own could have changed the picture.
   bool clean = false;

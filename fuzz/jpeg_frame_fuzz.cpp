@@ -9,7 +9,6 @@
 #include "search/core/cell_sums.h"
 #include "search/core/frame_decoder.h"
 #include "toolkit/core/image.h"
-#include "toolkit/core/little_endian.h"
 
 namespace fuzzing {
 namespace {
@@ -24,21 +23,21 @@ void check(bool holds) {
 }
 
 void checkPicture(const clip::Frame& frame, const toolkit::RgbImage& rgb) {
-  const std::uint8_t* header = frame.bitmap.data();
-  check(frame.bitmap.size() >= toolkit::kBmpHeaderBytes);
-  const auto width = static_cast<std::int32_t>(toolkit::decodeFixed32(header + 18));
-  const auto height = static_cast<std::int32_t>(toolkit::decodeFixed32(header + 22));
+  const std::int32_t width = frame.width, height = frame.height;
   check(width == rgb.width && height == rgb.height);
   check(std::int64_t{width} * height <= toolkit::kMaxPicturePixels);
-  check(frame.bitmap.size() == toolkit::bmpFileBytes(width, height));
+  // The size the frame carries is the one its bitmap's header says.
+  const std::optional<toolkit::BmpHeader> header = toolkit::BmpHeader::read(frame.bitmap);
+  check(header && header->width == width && header->height == height);
+  check(frame.rowBytes == header->rowBytes() && frame.bitmap.size() == header->fileBytes());
   const auto cells =
       static_cast<std::size_t>(width / kCellSize) * static_cast<std::size_t>(height / kCellSize);
   check(frame.cellSize == kCellSize && frame.cellSums.size() == cells);
   if (std::int64_t{width} * height > kComparedPixels) return;
   check(toolkit::encodeBmp24(rgb) == frame.bitmap);
   std::vector<float> whole(cells);
-  const search::BgrRows rows{header + toolkit::kBmpHeaderBytes,
-                             static_cast<std::size_t>(toolkit::bmpRowBytes(width)), width, height};
+  const search::BgrRows rows{frame.bitmap.data() + toolkit::kBmpHeaderBytes, frame.rowBytes, width,
+                             height};
   if (cells > 0) search::cellSums(rows, kCellSize, whole.data());
   check(whole == frame.cellSums);
 }

@@ -7,7 +7,6 @@
 
 #include "search/core/cell_sums.h"
 #include "toolkit/core/image.h"
-#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace search {
@@ -97,27 +96,23 @@ std::optional<AnalyseBMP::Shape> AnalyseBMP::checkBitmap(std::span<const std::ui
     std::memcpy(header.data(), file.data(), std::min(file.size(), toolkit::kBmpHeaderBytes));
   }
   refusal = BitmapRefusal::Silent;
-  if (header[0] != 'B' || header[1] != 'M') {
+  const std::optional<toolkit::BmpHeader> bmp = toolkit::BmpHeader::read(header);
+  if (!bmp) {
     refusal = BitmapRefusal::NotBmp;
     return std::nullopt;
   }
-  if (toolkit::decodeFixed16(&header[28]) != 24) {
+  if (bmp->bitCount != 24) {
     refusal = BitmapRefusal::Not24Bit;
     return std::nullopt;
   }
-  if (toolkit::decodeFixed32(&header[46]) != 0) return std::nullopt;
+  if (bmp->colorsUsed != 0) return std::nullopt;
 
-  const auto width = static_cast<std::int32_t>(toolkit::decodeFixed32(&header[18]));
-  const auto height = static_cast<std::int32_t>(toolkit::decodeFixed32(&header[22]));
+  const std::int32_t width = bmp->width, height = bmp->height;
   if (width <= 0 || height <= 0) return std::nullopt;
   if (std::int64_t{width} * height > toolkit::kMaxPicturePixels) return std::nullopt;
-  const std::int64_t rowBytes = (std::int64_t{width} * 3 + 3) & ~std::int64_t{3};
-  if (file.size() < toolkit::kBmpHeaderBytes ||
-      static_cast<std::int64_t>(file.size() - toolkit::kBmpHeaderBytes) / rowBytes < height) {
-    return std::nullopt;
-  }
+  if (!bmp->holdsRows(file.size())) return std::nullopt;
   refusal = BitmapRefusal::None;
-  return Shape{width, height, static_cast<std::size_t>(rowBytes)};
+  return Shape{width, height, static_cast<std::size_t>(bmp->rowBytes())};
 }
 
 void AnalyseBMP::commit(const clip::FramePtr& frame, const Shape& shape, std::int32_t cellSize,

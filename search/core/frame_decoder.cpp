@@ -5,7 +5,6 @@
 #include "search/core/cell_sums.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/jpeg_decoding.h"
-#include "toolkit/core/little_endian.h"
 
 namespace search {
 namespace {
@@ -20,7 +19,7 @@ std::int64_t cellSumBytes(std::int64_t width, std::int64_t height, int cellSize)
 std::int64_t FrameDecoder::decodingBytes(std::span<const std::uint8_t> jpeg, int cellSize) {
   const std::optional<toolkit::JpegCost> cost = toolkit::jpegCost(jpeg);
   if (!cost || !toolkit::plausibleJpegSize(cost->width, cost->height, jpeg.size())) return 0;
-  return static_cast<std::int64_t>(toolkit::bmpFileBytes(cost->width, cost->height)) +
+  return static_cast<std::int64_t>(toolkit::BmpHeader::of(cost->width, cost->height).fileBytes()) +
          cellSumBytes(cost->width, cost->height, cellSize) + cost->workBytes;
 }
 
@@ -64,11 +63,10 @@ void FrameDecoder::decodeWithin(clip::Frame& frame, std::span<const std::uint8_t
   std::int64_t cellRows = 0;
   std::int64_t summedFrom = 0;  // cell rows [summedFrom, cellRows) are summed
   const auto startSums = [&] {
-    const std::uint8_t* header = frame.bitmap.data();
-    const auto width = static_cast<std::int32_t>(toolkit::decodeFixed32(header + 18));
-    const auto height = static_cast<std::int32_t>(toolkit::decodeFixed32(header + 22));
-    rows = {header + toolkit::kBmpHeaderBytes,
-            static_cast<std::size_t>(toolkit::bmpRowBytes(width)), width, height};
+    const toolkit::BmpHeader& header = m_decoder.header();
+    const std::int32_t width = header.width, height = header.height;
+    rows = {frame.bitmap.data() + toolkit::kBmpHeaderBytes,
+            static_cast<std::size_t>(header.rowBytes()), width, height};
     cellRows = height / cellSize;
     summedFrom = cellRows;
     frame.cellSums.resize(static_cast<std::size_t>(width / cellSize) *
@@ -87,6 +85,8 @@ void FrameDecoder::decodeWithin(clip::Frame& frame, std::span<const std::uint8_t
       sumDownTo((firstRow + cellSize - 1) / cellSize);
     };
   }
+  frame.width = frame.height = 0;
+  frame.rowBytes = 0;
   if (!m_decoder.decode(jpeg, frame.bitmap, rowsDone)) {
     frame.picture = clip::Frame::Picture::Undecodable;
     frame.tooCostly = m_decoder.refused();
@@ -95,6 +95,9 @@ void FrameDecoder::decodeWithin(clip::Frame& frame, std::span<const std::uint8_t
     return;
   }
   frame.picture = clip::Frame::Picture::Decoded;
+  frame.width = m_decoder.header().width;
+  frame.height = m_decoder.header().height;
+  frame.rowBytes = static_cast<std::size_t>(m_decoder.header().rowBytes());
   frame.clean = m_decoder.clean();
   if (cellSize <= 0) return;
   // A stream that broke off leaves the rows it did not reach as they were: summed all the same.

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "toolkit/core/little_endian.h"
-
 namespace search {
 namespace {
 
@@ -39,23 +37,20 @@ void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners
   });
 }
 
-void drawMarksOnBitmap(std::vector<std::uint8_t>& bitmapFile,
-                       const std::vector<CellPoint>& corners) {
-  if (bitmapFile.size() < toolkit::kBmpHeaderBytes) return;
-  const auto width = static_cast<int>(toolkit::decodeFixed32(&bitmapFile[18]));
-  const auto height = static_cast<int>(toolkit::decodeFixed32(&bitmapFile[22]));
-  if (width <= 0 || height <= 0 || bitmapFile.size() < toolkit::bmpFileBytes(width, height)) {
-    return;
-  }
-  const auto rowBytes = static_cast<std::size_t>(toolkit::bmpRowBytes(width));
+std::vector<std::uint8_t> markedBitmap(const clip::Frame& frame,
+                                       const std::vector<CellPoint>& corners) {
+  std::vector<std::uint8_t> bitmap(frame.bitmap);
+  if (!frame.decoded()) return bitmap;
+  const int width = frame.width, height = frame.height;
   forEachMarkPixel(corners, 1.0, width, height, [&](int x, int y) {
-    auto* p =
-        &bitmapFile[toolkit::kBmpHeaderBytes + static_cast<std::size_t>(height - 1 - y) * rowBytes +
-                    static_cast<std::size_t>(x) * 3];
+    auto* p = &bitmap[toolkit::kBmpHeaderBytes +
+                      static_cast<std::size_t>(height - 1 - y) * frame.rowBytes +
+                      static_cast<std::size_t>(x) * 3];
     p[0] = 255;  // blue
     p[1] = 0;
     p[2] = 0;
   });
+  return bitmap;
 }
 
 toolkit::RgbImage markedPicture(const clip::Frame& frame, const std::vector<CellPoint>& corners) {

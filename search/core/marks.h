@@ -20,9 +20,10 @@ inline constexpr int kMarkSide = 8;
 void drawMarks(toolkit::RgbImage& picture, const std::vector<CellPoint>& corners,
                double scale = 1.0);
 
-// On a bitmap file as the converter makes it (rows bottom-up, blue, green, red).
-void drawMarksOnBitmap(std::vector<std::uint8_t>& bitmapFile,
-                       const std::vector<CellPoint>& corners);
+// The frame's bitmap file (rows bottom-up, blue, green, red) with the marks drawn on it, at the
+// size the frame's decoding gave it.
+std::vector<std::uint8_t> markedBitmap(const clip::Frame& frame,
+                                       const std::vector<CellPoint>& corners);
 
 // The frame's picture with the marks drawn on it; empty when the frame has no picture.
 toolkit::RgbImage markedPicture(const clip::Frame& frame, const std::vector<CellPoint>& corners);

@@ -34,11 +34,8 @@ class ToolWindow : public SearchWindow {
   void setSearchPointer(Direction, bool) override {}
   void ShowCurrentFrame() override {}
   void ShowResult(const clip::FramePtr& frame, const std::vector<CellPoint>& corners) override {
-    m_session.SeparateMJPG.scratch().putMarked([frame, corners] {
-      std::vector<std::uint8_t> marked(frame->bitmap);
-      drawMarksOnBitmap(marked, corners);
-      return marked;
-    });
+    m_session.SeparateMJPG.scratch().putMarked(
+        [frame, corners] { return markedBitmap(*frame, corners); });
   }
   void ShutDownSession() override {}
 

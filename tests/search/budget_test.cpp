@@ -108,7 +108,8 @@ TEST_F(SearchBudgetTest, ATinyBudgetAndALargeOneFindTheSame) {
 TEST_F(SearchBudgetTest, LargePicturesWithManyThreadsStayWithinTheBudget) {
   const std::string clip = flatClip(2048, 12);
   const std::int64_t picture =
-      static_cast<std::int64_t>(toolkit::bmpFileBytes(2048, 2048)) + (2048 / 16) * (2048 / 16) * 4;
+      static_cast<std::int64_t>(toolkit::BmpHeader::of(2048, 2048).fileBytes()) +
+      (2048 / 16) * (2048 / 16) * 4;
   ResourceBudget small(3 * picture, 8);
   const std::string want = searchAll(clip, 8, small);
   // Beside what the budget allows, the search's own frames: the one it decodes, the one it

@@ -38,6 +38,57 @@ TEST(BmpTest, EncodedBitmapHasTheStandardHeaderAndPaddedRows) {
   EXPECT_EQ(bmp[56], 0);   // x * 7
 }
 
+TEST(BmpHeaderTest, TheProgramsHeaderIsWrittenAndReadBackByteForByte) {
+  // clang-format off
+  const std::vector<std::uint8_t> expected = {
+      'B', 'M', 102, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0,     // bfSize, bfOffBits
+      40, 0, 0, 0, 5, 0, 0, 0, 3, 0, 0, 0, 1, 0, 24, 0,    // biSize, size, planes, 24 bits
+      0, 0, 0, 0, 48, 0, 0, 0,                             // no compression, biSizeImage
+      0xc4, 0x0e, 0, 0, 0xc4, 0x0e, 0, 0,                  // 96 dpi
+      0, 0, 0, 0, 0, 0, 0, 0};                             // no palette
+  // clang-format on
+  const BmpHeader header = BmpHeader::of(5, 3);
+  EXPECT_EQ(header.rowBytes(), 16u);
+  EXPECT_EQ(header.fileBytes(), 102u);
+  std::vector<std::uint8_t> bytes(kBmpHeaderBytes, 0xee);
+  header.write(bytes.data());
+  EXPECT_EQ(bytes, expected);
+  const std::vector<std::uint8_t> bmp = encodeBmp24(gradient(5, 3));
+  EXPECT_EQ(std::vector<std::uint8_t>(bmp.begin(), bmp.begin() + 54), expected);
+
+  const std::optional<BmpHeader> back = BmpHeader::read(bytes);
+  ASSERT_TRUE(back);
+  EXPECT_EQ(back->width, 5);
+  EXPECT_EQ(back->height, 3);
+  EXPECT_EQ(back->bitCount, 24);
+  EXPECT_EQ(back->pixelOffset, 54u);
+  EXPECT_EQ(back->infoBytes, 40u);
+  EXPECT_TRUE(back->holdsRows(102));
+  EXPECT_FALSE(back->holdsRows(101));
+}
+
+TEST(BmpHeaderTest, ShortOrForeignHeadersAndBitmapsNotOfTheProgramsKindAreRefused) {
+  std::vector<std::uint8_t> bytes(kBmpHeaderBytes);
+  BmpHeader::of(7, 4).write(bytes.data());
+  EXPECT_FALSE(BmpHeader::read(std::span(bytes).first(53)));
+  auto foreign = bytes;
+  foreign[1] = 'A';
+  EXPECT_FALSE(BmpHeader::read(foreign));
+
+  const std::size_t whole = BmpHeader::of(7, 4).fileBytes();
+  const auto holds = [&](std::size_t at, std::uint8_t value) {
+    auto changed = bytes;
+    changed[at] = value;
+    return BmpHeader::read(changed)->holdsRows(whole);
+  };
+  EXPECT_TRUE(holds(0, 'B'));
+  EXPECT_FALSE(holds(28, 8));     // 8-bit
+  EXPECT_FALSE(holds(18, 0));     // no columns
+  EXPECT_FALSE(holds(25, 0xff));  // rows top-down
+  // A width of about 2 billion asks for more than the file holds, without overflowing.
+  EXPECT_FALSE(holds(21, 0x7f));
+}
+
 TEST(BmpTest, DecodeReadsBackWhatWasEncoded) {
   auto img = gradient(7, 4);
   auto bmp = encodeBmp24(img);

@@ -152,10 +152,12 @@ std::optional<Bytes> turboJpegBitmap(const Bytes& jpeg, bool& clean) {
   if (jpeg.size() >= 4 &&
       tjDecompressHeader3(tj, src, jpeg.size(), &width, &height, &subsamp, &colorspace) == 0 &&
       plausibleJpegSize(width, height, jpeg.size())) {
-    Bytes out(bmpFileBytes(width, height), 0);
-    writeBmpHeader(out.data(), width, height);
-    const int result = tjDecompress2(tj, src, jpeg.size(), out.data() + kBmpHeaderBytes, width,
-                                     bmpRowBytes(width), height, TJPF_BGR, TJFLAG_BOTTOMUP);
+    const BmpHeader header = BmpHeader::of(width, height);
+    Bytes out(static_cast<std::size_t>(header.fileBytes()), 0);
+    header.write(out.data());
+    const int result =
+        tjDecompress2(tj, src, jpeg.size(), out.data() + kBmpHeaderBytes, width,
+                      static_cast<int>(header.rowBytes()), height, TJPF_BGR, TJFLAG_BOTTOMUP);
     if (result == 0 || tjGetErrorCode(tj) != TJERR_FATAL) bitmap = std::move(out);
     clean = result == 0;
   }

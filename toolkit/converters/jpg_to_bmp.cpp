@@ -43,10 +43,11 @@ bool JpegBitmapDecoder::decode(std::span<const std::uint8_t> jpeg,
   output.order = PixelOrder::Bgr;
   output.allocate = [&](int w, int h, std::ptrdiff_t& pitch) -> std::uint8_t* {
     if (w != width || h != height) return nullptr;
-    const int row = bmpRowBytes(width);
-    const std::size_t fileSize = bmpFileBytes(width, height);
+    m_header = BmpHeader::of(width, height);
+    const auto row = static_cast<std::ptrdiff_t>(m_header.rowBytes());
+    const auto fileSize = static_cast<std::size_t>(m_header.fileBytes());
     if (bitmap.size() != fileSize) bitmap.assign(fileSize, 0);
-    writeBmpHeader(bitmap.data(), width, height);
+    m_header.write(bitmap.data());
     std::uint8_t* pixels = bitmap.data() + kBmpHeaderBytes;
     const int pad = row - width * 3;
     for (int y = 0; pad > 0 && y < height; ++y) {

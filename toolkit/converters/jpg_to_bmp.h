@@ -3,7 +3,7 @@
 // JPG_TO_BMP: a JPEG to the uncompressed 24-bit bitmap the frame comparison reads
 // (search/core/analyse_bmp.h describes the fields it looks at).
 //
-// The bitmap is the 54-byte header of toolkit::writeBmpHeader followed by the rows bottom-up,
+// The bitmap is the program's 54-byte toolkit::BmpHeader followed by the rows bottom-up,
 // blue, green, red, each row padded with zeros to 4 bytes. The picture is decoded with
 // libjpeg-turbo's defaults (accurate integer DCT, smooth upsampling) under the limits of
 // toolkit/core/jpeg_decoding.h, so its pixels are those every other decoder of the program sees.
@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "toolkit/core/bmp_header.h"
 #include "toolkit/core/vb_types.h"
 
 namespace toolkit {
@@ -48,9 +49,12 @@ class JpegBitmapDecoder {
   // real picture does: too many pixels for its size, too many scans, too much work or memory
   // (toolkit/core/jpeg_decoding.h).
   bool refused() const { return m_refused; }
+  // The header of the last decode()'s bitmap, while that gave one.
+  const BmpHeader& header() const { return m_header; }
 
  private:
   void* m_tj = nullptr;
+  BmpHeader m_header;
   bool m_clean = false;
   bool m_refused = false;
 };

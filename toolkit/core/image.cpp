@@ -11,7 +11,6 @@
 
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/jpeg_decoding.h"
-#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace toolkit {
@@ -134,28 +133,12 @@ std::vector<std::uint8_t> encodeBmp24(const RgbImage& image) {
   return bmp;
 }
 
-void writeBmpHeader(std::uint8_t* h, int width, int height) {
-  const std::size_t fileSize = bmpFileBytes(width, height);
-  std::memset(h, 0, kBmpHeaderBytes);
-  h[0] = 'B';
-  h[1] = 'M';
-  encodeFixed32(h + 2, static_cast<std::uint32_t>(fileSize));
-  encodeFixed32(h + 10, kBmpHeaderBytes);
-  encodeFixed32(h + 14, 40);
-  encodeFixed32(h + 18, static_cast<std::uint32_t>(width));
-  encodeFixed32(h + 22, static_cast<std::uint32_t>(height));
-  encodeFixed16(h + 26, 1);   // biPlanes
-  encodeFixed16(h + 28, 24);  // biBitCount
-  encodeFixed32(h + 34, static_cast<std::uint32_t>(fileSize - kBmpHeaderBytes));
-  encodeFixed32(h + 38, 3780);  // 96 dpi
-  encodeFixed32(h + 42, 3780);
-}
-
 void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp) {
-  const int row = bmpRowBytes(image.width);
-  bmp.assign(bmpFileBytes(image.width, image.height), 0);
+  const BmpHeader header = BmpHeader::of(image.width, image.height);
+  const auto row = static_cast<std::size_t>(header.rowBytes());
+  bmp.assign(static_cast<std::size_t>(header.fileBytes()), 0);
   std::uint8_t* h = bmp.data();
-  writeBmpHeader(h, image.width, image.height);
+  header.write(h);
   for (int y = 0; y < image.height; ++y) {
     const std::uint8_t* src =
         image.pixels.data() + static_cast<std::size_t>(image.height - 1 - y) * image.width * 3;
@@ -169,20 +152,21 @@ void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp) {
 }
 
 std::optional<RgbImage> decodeBmp(std::span<const std::uint8_t> b) {
-  if (b.size() < 54 || b[0] != 'B' || b[1] != 'M') return std::nullopt;
-  const std::uint32_t offBits = decodeFixed32(&b[10]);
-  const std::uint32_t infoSize = decodeFixed32(&b[14]);
-  const auto width = static_cast<std::int32_t>(decodeFixed32(&b[18]));
-  const auto rawHeight = static_cast<std::int32_t>(decodeFixed32(&b[22]));
-  const std::uint16_t bits = decodeFixed16(&b[28]);
-  const std::uint32_t compression = decodeFixed32(&b[30]);
-  std::uint32_t colors = decodeFixed32(&b[46]);
+  const std::optional<BmpHeader> header = BmpHeader::read(b);
+  if (!header) return std::nullopt;
+  const std::uint32_t offBits = header->pixelOffset;
+  const std::uint32_t infoSize = header->infoBytes;
+  const std::int32_t width = header->width;
+  const std::int32_t rawHeight = header->height;
+  const std::uint16_t bits = header->bitCount;
+  const std::uint32_t compression = header->compression;
+  std::uint32_t colors = header->colorsUsed;
   if (infoSize < 40 || width <= 0 || rawHeight == 0 || rawHeight == INT32_MIN) return std::nullopt;
   if (compression != 0 && !(compression == 3 && bits == 32)) return std::nullopt;
   if (bits != 8 && bits != 24 && bits != 32) return std::nullopt;
   const bool topDown = rawHeight < 0;
   const std::int32_t height = topDown ? -rawHeight : rawHeight;
-  const std::int64_t rowBytes = ((static_cast<std::int64_t>(width) * bits + 31) / 32) * 4;
+  const auto rowBytes = static_cast<std::int64_t>(header->rowBytes());
   if (offBits > b.size() || rowBytes * height > static_cast<std::int64_t>(b.size() - offBits)) {
     return std::nullopt;
   }

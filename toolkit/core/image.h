@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "toolkit/core/bmp_header.h"
+
 namespace toolkit {
 
 class FileSystem;
@@ -73,15 +75,6 @@ std::vector<std::uint8_t> encodeJpeg(const RgbImage& image, int quality = 85,
 std::vector<std::uint8_t> encodeBmp24(const RgbImage& image);
 // The same into `bmp`, whose memory is reused when it has room.
 void encodeBmp24(const RgbImage& image, std::vector<std::uint8_t>& bmp);
-inline constexpr int bmpRowBytes(int width) { return (width * 3 + 3) & ~3; }
-inline constexpr std::size_t kBmpHeaderBytes = 54;
-inline constexpr std::size_t bmpFileBytes(int width, int height) {
-  return kBmpHeaderBytes +
-         static_cast<std::size_t>(bmpRowBytes(width)) * static_cast<std::size_t>(height);
-}
-// The 54 bytes that head every bitmap the program writes: bfOffBits 54, biSize 40, biPlanes 1,
-// biBitCount 24, no compression, biSizeImage the pixel bytes, 96 dpi, biClrUsed 0.
-void writeBmpHeader(std::uint8_t* header, int width, int height);
 
 // An 8-bit RGB PNG of the picture, without interlacing.
 std::vector<std::uint8_t> encodePng(const RgbImage& image);

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "toolkit/core/file_system.h"
-#include "toolkit/core/little_endian.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace toolkit {
@@ -42,16 +41,12 @@ RgbImage Picture::toRgb() const {
 }
 
 Picture Picture::fromBitmap(std::span<const std::uint8_t> file) {
-  if (file.size() < kBmpHeaderBytes || file[0] != 'B' || file[1] != 'M') return {};
-  const auto width = static_cast<std::int32_t>(decodeFixed32(&file[18]));
-  const auto height = static_cast<std::int32_t>(decodeFixed32(&file[22]));
-  if (width <= 0 || height <= 0 || decodeFixed16(&file[28]) != 24 ||
-      file.size() < bmpFileBytes(width, height)) {
-    return {};
-  }
+  const std::optional<BmpHeader> header = BmpHeader::read(file);
+  if (!header || !header->holdsRows(file.size())) return {};
+  const std::int32_t width = header->width, height = header->height;
   QImage image(width, height, QImage::Format_RGB32);
   if (image.isNull()) return {};
-  const auto rowBytes = static_cast<std::size_t>(bmpRowBytes(width));
+  const auto rowBytes = static_cast<std::size_t>(header->rowBytes());
   for (int y = 0; y < height; ++y) {
     const std::uint8_t* src =
         file.data() + kBmpHeaderBytes + static_cast<std::size_t>(height - 1 - y) * rowBytes;
