@@ -8,6 +8,7 @@
 #include "clip/clip_format.h"
 #include "clip/clip_writer.h"
 #include "clip/separate_mjpg.h"
+#include "scan/json_text.h"
 #include "scan/report.h"
 #include "search/driver/tool_session.h"
 #include "toolkit/core/image.h"
@@ -16,7 +17,6 @@
 
 namespace app {
 
-using scan::boxesJson;
 using search::ToolSession;
 
 namespace {
@@ -59,20 +59,20 @@ int runInfo(const Args& args, std::ostream& out, std::ostream& err) {
   const bool admitted = session.session().OpenSaveFile.ClipOpen != toolkit::kFalse;
   const int frameCount = admitted ? session.session().OpenSaveFile.TotalFrames.value() : 0;
   if (o.json) {
-    out << "{\"admitted\": " << (admitted ? "true" : "false")
-        << ", \"opened\": " << (opened ? "true" : "false")
-        << ", \"boxes\": " << boxesJson(session.boxes())
-        << ", \"ClipWidth\": " << clip.ClipWidth.value()
-        << ", \"ClipHeight\": " << clip.ClipHeight.value() << ", \"TotalFrames\": " << frameCount;
+    nlohmann::ordered_json facts = {{"admitted", admitted},
+                                    {"opened", opened},
+                                    {"boxes", scan::boxesValue(session.boxes())},
+                                    {"ClipWidth", clip.ClipWidth.value()},
+                                    {"ClipHeight", clip.ClipHeight.value()},
+                                    {"TotalFrames", frameCount}};
     if (o.frames) {
-      out << ", \"frames\": [";
+      nlohmann::ordered_json& frames = facts["frames"] = nlohmann::ordered_json::array();
       for (int k = 0; k < frameCount; ++k) {
-        out << (k ? ", " : "") << "{\"FramePosition\": " << clip.FramePositions[k]
-            << ", \"FrameSize\": " << clip.FrameSizes[k] << "}";
+        frames.push_back(
+            {{"FramePosition", clip.FramePositions[k]}, {"FrameSize", clip.FrameSizes[k]}});
       }
-      out << "]";
     }
-    out << "}\n";
+    out << scan::jsonText(facts) << "\n";
   } else {
     out << "clip:     " << path << "\n"
         << "admitted: " << (admitted ? "yes" : "no") << "\n";

@@ -9,6 +9,7 @@
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
 #include "clip/separate_mjpg.h"
+#include "scan/json_text.h"
 #include "scan/report.h"
 #include "search/core/analyse_bmp.h"
 #include "search/core/frame_decoder.h"
@@ -18,7 +19,6 @@
 
 namespace app {
 
-using scan::boxesJson;
 using search::ToolSession;
 
 namespace {
@@ -97,17 +97,22 @@ void report(const search::AnalyseBMP& m, const DiffOptions& o,
             const std::vector<toolkit::MessageBoxRequest>& boxes, std::ostream& out) {
   const auto t = m.sweepThreshold();
   if (o.json) {
-    out << "{\"CellRows\": " << m.CellRows.value() << ", \"CellColumns\": " << m.CellColumns.value()
-        << ", \"otsu_t\": " << (t ? std::to_string(*t) : "null")
-        << ", \"ChangeThreshold\": " << m.ChangeThreshold.value() << ", \"changed\": [";
-    for (std::size_t i = 0; i < m.ChangedCells.size(); ++i) {
-      const auto& cell = m.ChangedCells[i];
+    nlohmann::ordered_json changed = nlohmann::ordered_json::array();
+    for (const auto& cell : m.ChangedCells) {
       const auto& at = m.CellOrigins(cell.Row, cell.Column);
-      out << (i ? ", " : "") << "{\"Column\": " << cell.Column.value()
-          << ", \"Row\": " << cell.Row.value() << ", \"X\": " << at.X.value()
-          << ", \"Y\": " << at.Y.value() << "}";
+      changed.push_back({{"Column", cell.Column.value()},
+                         {"Row", cell.Row.value()},
+                         {"X", at.X.value()},
+                         {"Y", at.Y.value()}});
     }
-    out << "], \"boxes\": " << boxesJson(boxes) << "}\n";
+    const nlohmann::ordered_json result = {
+        {"CellRows", m.CellRows.value()},
+        {"CellColumns", m.CellColumns.value()},
+        {"otsu_t", t ? nlohmann::ordered_json(*t) : nlohmann::ordered_json()},
+        {"ChangeThreshold", m.ChangeThreshold.value()},
+        {"changed", std::move(changed)},
+        {"boxes", scan::boxesValue(boxes)}};
+    out << scan::jsonText(result) << "\n";
     return;
   }
   out << "cells:       " << m.CellColumns.value() << " columns x " << m.CellRows.value()
