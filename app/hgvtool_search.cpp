@@ -7,6 +7,7 @@
 
 #include "app/hgvtool_commands.h"
 #include "app/hgvtool_support.h"
+#include "scan/json_text.h"
 #include "scan/report.h"
 #include "scan/terminal.h"
 #include "search/core/marks.h"
@@ -17,7 +18,6 @@
 
 namespace app {
 
-using scan::boxesJson;
 using scan::TerminalLine;
 using search::SearchOptions;
 using search::SearchRecord;
@@ -100,14 +100,15 @@ const char* endedName(search::SearchOutcome::Ended ended) {
 void printRecord(const SearchRecord& r, bool json, std::ostream& out) {
   const auto& marked = r.outcome.marked;
   if (json) {
-    out << "{\"ended\": \"" << endedName(r.outcome.ended)
-        << "\", \"CurrentFrame\": " << r.currentFrame << ", \"frame\": " << r.frame
-        << ", \"ChangeThreshold\": " << r.changeThreshold
-        << ", \"comparisons\": " << r.outcome.comparisons << ", \"marked\": [";
-    for (std::size_t i = 0; i < marked.size(); ++i) {
-      out << (i ? ", " : "") << "[" << marked[i].X.value() << ", " << marked[i].Y.value() << "]";
-    }
-    out << "], \"boxes\": " << boxesJson(r.boxes) << "}\n";
+    nlohmann::ordered_json record = {{"ended", endedName(r.outcome.ended)},
+                                     {"CurrentFrame", r.currentFrame},
+                                     {"frame", r.frame},
+                                     {"ChangeThreshold", r.changeThreshold},
+                                     {"comparisons", r.outcome.comparisons},
+                                     {"marked", nlohmann::ordered_json::array()}};
+    for (const auto& p : marked) record["marked"].push_back({p.X.value(), p.Y.value()});
+    record["boxes"] = scan::boxesValue(r.boxes);
+    out << scan::jsonText(record) << "\n";
     return;
   }
   switch (r.outcome.ended) {
