@@ -171,13 +171,20 @@ int runSearchWithin(const Args& args, std::ostream& out, std::ostream& err,
   if (!tool.openClip(o.clip)) return 1;
   bool failed = false;
   bool found = false;
+  // The last result: its marked bitmap is what it left in "temp.bmp".
+  clip::FramePtr foundFrame;
+  std::vector<search::CellPoint> foundMarks;
   Progress progress(err);
   try {
     const bool ran = runSearches(
         tool, o.search,
         [&](const SearchRecord& record) {
           failed = failed || record.outcome.ended == search::SearchOutcome::Ended::Error;
-          found = found || record.outcome.ended == search::SearchOutcome::Ended::Found;
+          if (record.outcome.ended == search::SearchOutcome::Ended::Found) {
+            found = true;
+            foundFrame = record.outcome.frame;
+            foundMarks = record.outcome.marked;
+          }
           printRecord(record, o.json, out);
         },
         [&] { progress.step(); });
@@ -194,9 +201,7 @@ int runSearchWithin(const Args& args, std::ostream& out, std::ostream& err,
     return 1;
   }
   if (!o.marked.empty() && found) {
-    // The last result's marked picture is the "temp.bmp" it left.
-    const std::string bytes = toolkit::readWholeFile(
-        tool.platform().files, toolkit::inFolder(tool.platform().programFolder, "temp.bmp"));
+    const std::vector<std::uint8_t> bytes = search::markedBitmap(*foundFrame, foundMarks);
     if (!writeFileAtomically(o.marked, {bytes.begin(), bytes.end()}, err)) return 1;
   }
   return failed ? 1 : 0;

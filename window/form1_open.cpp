@@ -45,7 +45,7 @@ bool Form1::OpenClip(const std::string& path) {
 
     picShowAVI->Visible = true;
     picBase->ScaleMode = ScaleUnit::Twips;
-    picShowAVI->Picture = LoadPicture(OpenSaveFile.CurrentFrameFile);
+    picShowAVI->Picture = FramePicture(OpenSaveFile.CurrentFrameFile);
     if (FirstClipPending != kFalse) {
       showFirstClip();
     } else {

@@ -61,7 +61,7 @@ void Form1::ApplyZoom(Integer& Zoom) {
     SeparateMJPG.DisplayWidth = Long::fromDouble(fraBox->Width);
     toolkit::Picture picture;
     try {
-      picture = LoadPicture(OpenSaveFile.CurrentFrameFile);
+      picture = FramePicture(OpenSaveFile.CurrentFrameFile);
     } catch (const toolkit::RuntimeError& e) {
       if (e.number() != static_cast<int>(toolkit::ErrorNumber::InvalidPicture)) throw;
     }
