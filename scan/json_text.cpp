@@ -1,6 +1,5 @@
 #include "scan/json_text.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -139,32 +138,6 @@ std::string validUtf8(std::string_view text) {
     }
   }
   return out;
-}
-
-std::string jsonString(const std::string& s) {
-  std::string out = "\"";
-  for (std::size_t at = 0; at < s.size();) {
-    const auto c = static_cast<unsigned char>(s[at]);
-    const std::size_t length = utf8SequenceLength(std::string_view(s).substr(at));
-    if (length > 1) {
-      out.append(s, at, length);
-    } else if (length == 0) {
-      out += "\xEF\xBF\xBD";  // U+FFFD: JSON is UTF-8, and this byte is none of it
-    } else if (c == '"' || c == '\\') {
-      out += '\\';
-      out += static_cast<char>(c);
-    } else if (c == '\n' || c == '\r' || c == '\t') {
-      out += c == '\n' ? "\\n" : c == '\r' ? "\\r" : "\\t";
-    } else if (c < 0x20) {
-      char buf[8];
-      std::snprintf(buf, sizeof buf, "\\u%04x", c);
-      out += buf;
-    } else {
-      out += static_cast<char>(c);
-    }
-    at += std::max<std::size_t>(length, 1);
-  }
-  return out + "\"";
 }
 
 }  // namespace scan

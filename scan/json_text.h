@@ -1,7 +1,7 @@
 #pragma once
 
-// JSON as hgvtool reads back what it writes (the scan's records), through nlohmann/json, and the
-// writing of its strings. It takes only what RFC 8259 allows: strings of valid UTF-8 (a path of
+// JSON as hgvtool writes it and reads back what it wrote (the scan's records), through
+// nlohmann/json. The reader takes only what RFC 8259 allows: strings of valid UTF-8 (a path of
 // other bytes travels beside its string, as the writer puts it) and finite numbers.
 
 #include <cstdint>
@@ -40,8 +40,5 @@ std::string jsonText(const nlohmann::ordered_json& value);
 nlohmann::ordered_json secondsJson(double seconds);
 // A string as JSON holds it: each byte that starts no UTF-8 sequence replaced by U+FFFD.
 inline nlohmann::ordered_json textJson(std::string_view s) { return validUtf8(s); }
-
-// A string as a JSON string literal, escapes included; a byte that is not UTF-8 becomes U+FFFD.
-std::string jsonString(const std::string& s);
 
 }  // namespace scan

@@ -90,8 +90,9 @@ TEST(JsonWriterTest, TheLibrarysTextWithTheFilesSeparators) {
 }
 
 TEST(JsonReaderTest, WrittenStringsAreUtf8AndOrdinaryOnesAreAsBefore) {
-  EXPECT_EQ(jsonString("caf\xe9\xff.HGV"), "\"caf\xef\xbf\xbd\xef\xbf\xbd.HGV\"");
-  EXPECT_EQ(jsonString("a\"b\\c\n\t\x01 \xc3\xa9"), "\"a\\\"b\\\\c\\n\\t\\u0001 \xc3\xa9\"");
+  EXPECT_EQ(jsonText(textJson("caf\xe9\xff.HGV")), "\"caf\xef\xbf\xbd\xef\xbf\xbd.HGV\"");
+  EXPECT_EQ(jsonText(textJson("a\"b\\c\n\t\x01 \xc3\xa9")),
+            "\"a\\\"b\\\\c\\n\\t\\u0001 \xc3\xa9\"");
   EXPECT_EQ(validUtf8("\xe2\x82x"), "\xef\xbf\xbd\xef\xbf\xbdx");
 }
 

@@ -29,7 +29,7 @@ void put(const std::string& path, const std::string& content) {
 // `line` with the first value of `"key": "..."` replaced by `value`.
 std::string withName(std::string line, const std::string& key, const std::string& value) {
   const std::regex name("\"" + key + "\": \"[^\"]*\"");
-  return std::regex_replace(line, name, "\"" + key + "\": " + scan::jsonString(value),
+  return std::regex_replace(line, name, "\"" + key + "\": " + scan::jsonText(scan::textJson(value)),
                             std::regex_constants::format_first_only);
 }
 
