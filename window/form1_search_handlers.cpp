@@ -33,7 +33,8 @@ void Form1::loadSearchStartingValues() { search::loadStartingValues(searchState)
 void Form1::ShowResult(const clip::FramePtr& frame, const std::vector<search::CellPoint>& corners) {
   picBase->ScaleMode = ScaleUnit::Pixels;
   picShowAVI->ScaleMode = ScaleUnit::Pixels;
-  picShowAVI->Picture = toolkit::Picture::fromBitmap(frame->bitmapFile());
+  picShowAVI->Picture = toolkit::Picture::fromBitmap(
+      frame->bitmapFile(), toolkit::BmpHeader::of(frame->width, frame->height));
   picShowAVI->DrawWidth = 1;
   for (const search::CellPoint& p : corners) {
     const auto x = static_cast<Single>(p.X.value());

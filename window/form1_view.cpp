@@ -22,7 +22,10 @@ toolkit::Picture Form1::FramePicture(const std::string& path) {
   // "Temp.jpg" holds this frame: its picture is at hand when a search decoded it, and otherwise
   // the bytes the file holds are decoded without reading them back.
   const std::span<const std::uint8_t> file = scratch.jpegFile();
-  if (frame->pictureOfFile(file.size())) return toolkit::Picture::fromBitmap(frame->bitmap);
+  if (frame->pictureOfFile(file.size())) {
+    return toolkit::Picture::fromBitmap(frame->bitmap,
+                                        toolkit::BmpHeader::of(frame->width, frame->height));
+  }
   return toolkit::LoadPicture(file);
 }
 

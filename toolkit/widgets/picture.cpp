@@ -42,11 +42,15 @@ RgbImage Picture::toRgb() const {
 
 Picture Picture::fromBitmap(std::span<const std::uint8_t> file) {
   const std::optional<BmpHeader> header = BmpHeader::read(file);
-  if (!header || !header->holdsRows(file.size())) return {};
-  const std::int32_t width = header->width, height = header->height;
+  return header ? fromBitmap(file, *header) : Picture{};
+}
+
+Picture Picture::fromBitmap(std::span<const std::uint8_t> file, const BmpHeader& header) {
+  if (!header.holdsRows(file.size())) return {};
+  const std::int32_t width = header.width, height = header.height;
   QImage image(width, height, QImage::Format_RGB32);
   if (image.isNull()) return {};
-  const auto rowBytes = static_cast<std::size_t>(header->rowBytes());
+  const auto rowBytes = static_cast<std::size_t>(header.rowBytes());
   for (int y = 0; y < height; ++y) {
     const std::uint8_t* src =
         file.data() + kBmpHeaderBytes + static_cast<std::size_t>(height - 1 - y) * rowBytes;

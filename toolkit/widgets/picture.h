@@ -29,6 +29,9 @@ class Picture {
   // From a 24-bit bottom-up bitmap file as the converter writes it (54-byte header, rows padded
   // to 4 bytes); empty if it is not one.
   static Picture fromBitmap(std::span<const std::uint8_t> bitmapFile);
+  // The same with the header its maker already holds (a decoded frame's size) instead of one read
+  // from the file; empty when the file does not hold the rows it says.
+  static Picture fromBitmap(std::span<const std::uint8_t> bitmapFile, const BmpHeader& header);
   RgbImage toRgb() const;
 
  private:
