@@ -17,20 +17,11 @@
 
 #include "tests/support/temp_dir.h"
 #include "toolkit/widgets/instance_link.h"
+#include "toolkit/widgets/testing.h"
 
 namespace testing_support {
 
-// Lets the event loop run until `done` holds or ten seconds pass.
-inline bool pumpUntil(const std::function<bool()>& done) {
-  QElapsedTimer clock;
-  clock.start();
-  while (!done()) {
-    if (clock.elapsed() > 10000) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    QThread::msleep(5);
-  }
-  return true;
-}
+using toolkit::testing::pumpUntil;
 
 inline void pumpFor(int milliseconds) {
   QElapsedTimer clock;

@@ -34,16 +34,7 @@ using Parts = std::vector<std::string>;
 
 constexpr uid_t kOtherUser = 65534;
 
-bool pumpUntil(const std::function<bool()>& done) {
-  QElapsedTimer clock;
-  clock.start();
-  while (!done()) {
-    if (clock.elapsed() > 10000) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    QThread::msleep(2);
-  }
-  return true;
-}
+using toolkit::testing::pumpUntil;
 
 std::string makeFolder(const std::string& path, mode_t mode) {
   std::filesystem::create_directory(path);

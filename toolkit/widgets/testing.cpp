@@ -2,7 +2,10 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QMouseEvent>
+#include <QThread>
 #include <algorithm>
 #include <cstdlib>
 
@@ -61,6 +64,17 @@ void postClick(Control& control) {
                                                  Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
   QCoreApplication::postEvent(w, new QMouseEvent(QEvent::MouseButtonRelease, point, global,
                                                  Qt::LeftButton, Qt::NoButton, Qt::NoModifier));
+}
+
+bool pumpUntil(const std::function<bool()>& done) {
+  QElapsedTimer clock;
+  clock.start();
+  while (!done()) {
+    if (clock.elapsed() > 10000) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    QThread::msleep(2);
+  }
+  return true;
 }
 
 }  // namespace toolkit::testing

@@ -5,6 +5,7 @@
 // widget as the user would send it.
 
 #include <QPointF>
+#include <functional>
 #include <string>
 
 #include "toolkit/core/file_system.h"
@@ -19,6 +20,9 @@ namespace testing {
 
 // Creates the QApplication once per test program.
 void ensureApplication();
+
+// Lets the event loop run until `done` holds or ten seconds pass; false when they passed.
+bool pumpUntil(const std::function<bool()>& done);
 
 // A fresh bundle of services over a folder the test owns.
 struct TestHost {
