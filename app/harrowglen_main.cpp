@@ -18,11 +18,11 @@ namespace {
 // The exit status when the arguments alone end the program: a usage error, --help, --version.
 std::optional<int> endsAtArguments(const app::ParsedWindowStart& parsed) {
   if (!parsed.error.empty()) {
-    std::fprintf(stderr, "harrowglen: %s\n%s", parsed.error.c_str(), app::kWindowUsage);
+    std::fprintf(stderr, "harrowglen: %s\n%s", parsed.error.c_str(), app::windowUsage().c_str());
     return 2;
   }
   if (parsed.start.help) {
-    std::fputs(app::kWindowUsage, stdout);
+    std::fputs(app::windowUsage().c_str(), stdout);
     return 0;
   }
   if (parsed.start.version) {

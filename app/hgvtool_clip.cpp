@@ -25,11 +25,46 @@ using toolkit::RuntimeError;
 
 std::vector<std::uint8_t> toBytes(const std::string& s) { return {s.begin(), s.end()}; }
 
-struct Options {
-  std::vector<std::string> positional;
+// Each subcommand's table: its options and the usage they make.
+struct InfoCommand {
+  std::vector<std::string> clip;
   bool json = false;
   bool frames = false;
-  bool ok = true;
+  CommandLine line{"hgvtool info"};
+  InfoCommand() {
+    line.flag("--json", json);
+    line.flag("--frames", frames);
+    line.positionals("CLIP", clip, 1);
+  }
+};
+
+struct ExtractCommand {
+  std::vector<std::string> args;  // CLIP N OUT.jpg
+  CommandLine line{"hgvtool extract"};
+  ExtractCommand() { line.positionals("CLIP N OUT.jpg", args, 3); }
+};
+
+struct PackCommand {
+  std::vector<std::string> args;  // OUT.hgv and the pictures
+  CommandLine line{"hgvtool pack"};
+  PackCommand() { line.positionals("OUT.hgv A.jpg [B.jpg ...]", args, -1); }
+};
+
+struct SampleCommand {
+  std::vector<std::string> path;
+  long long frameCount = 90;
+  long long width = 640, height = 480;
+  CommandLine line{"hgvtool sample"};
+  SampleCommand() {
+    line.positionals("OUT.hgv", path, 1);
+    line.number("--frames", "N", frameCount, 1, clip::format::kMaxFrames);
+    line.value("--size", "WxH", [this](const std::string& s) {
+      const auto x = s.find('x');
+      return x != std::string::npos && parseInt(s.substr(0, x), width) &&
+             parseInt(s.substr(x + 1), height) && width >= 16 && height >= 16 && width <= 4096 &&
+             height <= 4096;
+    });
+  }
 };
 
 }  // namespace
@@ -37,22 +72,12 @@ struct Options {
 // What a click on the open button does from the moment the file is chosen: the header check, the
 // index scan, the extraction of frame 0, the file test and the decoding of that picture.
 int runInfo(const Args& args, std::ostream& out, std::ostream& err) {
-  Options o;
-  for (const auto& a : args) {
-    if (a == "--json")
-      o.json = true;
-    else if (a == "--frames")
-      o.frames = true;
-    else if (a.rfind("--", 0) == 0)
-      o.ok = false;
-    else
-      o.positional.push_back(a);
-  }
-  if (!o.ok || o.positional.size() != 1) {
-    err << "usage: hgvtool info [--json] [--frames] CLIP\n";
+  InfoCommand o;
+  if (!o.line.parse(args)) {
+    err << o.line.usage();
     return 2;
   }
-  const std::string& path = o.positional[0];
+  const std::string& path = o.clip[0];
   ToolSession session(err);
   const bool opened = session.openClip(path);
   const clip::SeparateMJPG& clip = session.session().SeparateMJPG;
@@ -91,12 +116,14 @@ int runInfo(const Args& args, std::ostream& out, std::ostream& err) {
   return opened ? 0 : 1;
 }
 
-int runExtract(const Args& args, std::ostream& out, std::ostream& err) {
+int runExtract(const Args& arguments, std::ostream& out, std::ostream& err) {
+  ExtractCommand command;
   long long frame = 0;
-  if (args.size() != 3 || !parseInt(args[1], frame)) {
-    err << "usage: hgvtool extract CLIP N OUT.jpg\n";
+  if (!command.line.parse(arguments) || !parseInt(command.args[1], frame)) {
+    err << command.line.usage();
     return 2;
   }
+  const Args& args = command.args;
   ToolSession session(err);
   // The bytes of a frame can be had also when frame 0 does not decode.
   session.openClip(args[0]);
@@ -122,11 +149,13 @@ int runExtract(const Args& args, std::ostream& out, std::ostream& err) {
   return 0;
 }
 
-int runPack(const Args& args, std::ostream& out, std::ostream& err) {
-  if (args.size() < 2) {
-    err << "usage: hgvtool pack OUT.hgv A.jpg [B.jpg ...]\n";
+int runPack(const Args& arguments, std::ostream& out, std::ostream& err) {
+  PackCommand command;
+  if (!command.line.parse(arguments) || command.args.size() < 2) {
+    err << command.line.usage();
     return 2;
   }
+  const Args& args = command.args;
   if (args.size() - 1 > static_cast<std::size_t>(clip::format::kMaxFrames)) {
     err << "hgvtool: a clip holds at most " << clip::format::kMaxFrames << " pictures\n";
     return 1;
@@ -165,30 +194,13 @@ int runPack(const Args& args, std::ostream& out, std::ostream& err) {
 
 // A short made-up scene in which an animal walks across a meadow, for trying the program.
 int runSample(const Args& args, std::ostream& out, std::ostream& err) {
-  std::string path;
-  long long frameCount = 90;
-  long long width = 640, height = 480;
-  bool ok = true;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    if (args[i] == "--frames" && i + 1 < args.size()) {
-      ok = ok && parseInt(args[++i], frameCount) && frameCount >= 1 &&
-           frameCount <= clip::format::kMaxFrames;
-    } else if (args[i] == "--size" && i + 1 < args.size()) {
-      const std::string& s = args[++i];
-      const auto x = s.find('x');
-      ok = ok && x != std::string::npos && parseInt(s.substr(0, x), width) &&
-           parseInt(s.substr(x + 1), height) && width >= 16 && height >= 16 && width <= 4096 &&
-           height <= 4096;
-    } else if (path.empty() && args[i].rfind("--", 0) != 0) {
-      path = args[i];
-    } else {
-      ok = false;
-    }
-  }
-  if (!ok || path.empty()) {
-    err << "usage: hgvtool sample OUT.hgv [--frames N] [--size WxH]\n";
+  SampleCommand o;
+  if (!o.line.parse(args)) {
+    err << o.line.usage();
     return 2;
   }
+  const std::string& path = o.path[0];
+  const long long frameCount = o.frameCount, width = o.width, height = o.height;
   toolkit::SceneOptions scene;
   scene.width = static_cast<int>(width);
   scene.height = static_cast<int>(height);
@@ -208,5 +220,10 @@ int runSample(const Args& args, std::ostream& out, std::ostream& err) {
       << scene.leaveFrame << "\n";
   return 0;
 }
+
+std::string infoSynopsis(std::size_t indent) { return InfoCommand().line.synopsis(indent); }
+std::string extractSynopsis(std::size_t indent) { return ExtractCommand().line.synopsis(indent); }
+std::string packSynopsis(std::size_t indent) { return PackCommand().line.synopsis(indent); }
+std::string sampleSynopsis(std::size_t indent) { return SampleCommand().line.synopsis(indent); }
 
 }  // namespace app

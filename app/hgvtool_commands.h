@@ -4,6 +4,7 @@
 // status: 0 done, 1 refused or failed, 2 usage. Message boxes go to `err` as the window would
 // show them.
 
+#include <cstddef>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -35,5 +36,18 @@ int runScan(const Args& args, std::ostream& out, std::ostream& err,
 // into one report in OUT, their thumbnails and event clips linked or copied beside it.
 int runReport(const Args& args, std::ostream& out, std::ostream& err);
 int runThumbnail(const Args& args, std::ostream& out, std::ostream& err);
+
+// Each subcommand's synopsis, from the table that parses its options ("hgvtool info [--json]
+// [--frames] CLIP"), its later lines indented to follow a first line that begins at `indent`.
+std::string infoSynopsis(std::size_t indent);
+std::string extractSynopsis(std::size_t indent);
+std::string packSynopsis(std::size_t indent);
+std::string sampleSynopsis(std::size_t indent);
+std::string diffSynopsis(std::size_t indent);
+std::string searchSynopsis(std::size_t indent);
+std::string exportSynopsis(std::size_t indent);
+std::string scanSynopsis(std::size_t indent);
+std::string reportSynopsis(std::size_t indent);
+std::string thumbnailSynopsis(std::size_t indent);
 
 }  // namespace app

@@ -28,10 +28,6 @@ using toolkit::kTrue;
 using toolkit::RuntimeError;
 
 constexpr int kSearchCellSize = 16;
-constexpr const char* kUsage =
-    "usage: hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] CLIP N\n"
-    "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] A.jpg B.jpg\n";
-
 struct DiffOptions {
   std::vector<std::string> positional;
   bool json = false;
@@ -39,25 +35,16 @@ struct DiffOptions {
   long long threshold = 0;
 };
 
-bool parseOptions(const Args& args, DiffOptions& o) {
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const std::string& a = args[i];
-    if (a == "--json") {
-      o.json = true;
-    } else if (a == "--sensitivity" && i + 1 < args.size()) {
-      o.sensitivity = args[++i];
-    } else if (a == "--threshold" && i + 1 < args.size()) {
-      if (!parseInt(args[++i], o.threshold) || o.threshold < INT16_MIN || o.threshold > INT16_MAX) {
-        return false;
-      }
-    } else if (a.rfind("--", 0) == 0) {
-      return false;
-    } else {
-      o.positional.push_back(a);
-    }
+struct DiffCommand {
+  DiffOptions o;
+  CommandLine line{"hgvtool diff"};
+  DiffCommand() {
+    line.flag("--json", o.json);
+    line.text("--sensitivity", "TEXT", o.sensitivity);
+    line.number("--threshold", "T", o.threshold, INT16_MIN, INT16_MAX);
+    line.positionals("(CLIP N | A.jpg B.jpg)", o.positional, 2);
   }
-  return o.positional.size() == 2;
-}
+};
 
 // Hands the comparison one frame at a time, as the search drivers do: decoded as "Temp.jpg"
 // holds it, and a refused bitmap shown in its box.
@@ -183,16 +170,19 @@ int diffPictures(const std::string& older, const std::string& newer, const DiffO
 }  // namespace
 
 int runDiff(const Args& args, std::ostream& out, std::ostream& err) {
-  DiffOptions o;
-  if (!parseOptions(args, o)) {
-    err << kUsage;
+  DiffCommand command;
+  if (!command.line.parse(args)) {
+    err << command.line.usage();
     return 2;
   }
+  const DiffOptions& o = command.o;
   long long frame = 0;
   if (parseInt(o.positional[1], frame)) {
     return diffClip(o.positional[0], frame, o, out, err);
   }
   return diffPictures(o.positional[0], o.positional[1], o, out, err);
 }
+
+std::string diffSynopsis(std::size_t indent) { return DiffCommand().line.synopsis(indent); }
 
 }  // namespace app

@@ -1,5 +1,7 @@
 // hgvtool export: the Save dialog's exports without a window, from a chosen current picture.
 
+#include <CLI/CLI.hpp>
+#include <climits>
 #include <ostream>
 
 #include "app/hgvtool_commands.h"
@@ -14,56 +16,45 @@ using search::ToolSession;
 
 namespace {
 
-constexpr const char* kUsage =
-    "usage: hgvtool export CLIP --frame N (--jpg OUT | --hgv OUT | --wmv OUT) [--count K]\n"
-    "       N counts from 0; K frames from it (default 50), fewer where the clip ends first\n";
-
 enum class Kind { None, Jpg, Hgv, Wmv };
 
 struct ExportOptions {
-  std::string clip;
+  std::vector<std::string> clip;
   long long frame = -1;
   Kind kind = Kind::None;
   std::string out;
   long long count = 50;
 };
 
-bool parse(const Args& args, ExportOptions& o) {
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const std::string& a = args[i];
-    const bool hasValue = i + 1 < args.size();
-    const auto setKind = [&](Kind kind) {
-      if (o.kind != Kind::None || !hasValue) return false;
-      o.kind = kind;
-      o.out = args[++i];
-      return true;
+struct ExportCommand {
+  ExportOptions o;
+  CommandLine line{"hgvtool export"};
+  ExportCommand() {
+    line.positionals("CLIP", o.clip, 1);
+    line.number("--frame", "N", o.frame, 0, LLONG_MAX)->required();
+    const auto kind = [this](Kind k) {
+      return [this, k](const std::string& path) { return o.kind = k, o.out = path, true; };
     };
-    if (a == "--jpg" || a == "--hgv" || a == "--wmv") {
-      if (!setKind(a == "--jpg" ? Kind::Jpg : a == "--hgv" ? Kind::Hgv : Kind::Wmv)) return false;
-    } else if (a == "--frame" && hasValue && parseInt(args[i + 1], o.frame)) {
-      ++i;
-    } else if (a == "--count" && hasValue && parseInt(args[i + 1], o.count) && o.count >= 1 &&
-               o.count <= 32767) {
-      ++i;
-    } else if (a.rfind("--", 0) != 0 && o.clip.empty()) {
-      o.clip = a;
-    } else {
-      return false;
-    }
+    line.oneOf(
+        {line.value("--jpg", "OUT", kind(Kind::Jpg)), line.value("--hgv", "OUT", kind(Kind::Hgv)),
+         line.value("--wmv", "OUT", kind(Kind::Wmv))},
+        true);
+    line.number("--count", "K", o.count, 1, 32767);
+    line.note("N counts from 0; K frames from it (default 50), fewer where the clip ends first");
   }
-  return !o.clip.empty() && o.kind != Kind::None && o.frame >= 0;
-}
+};
 
 }  // namespace
 
 int runExport(const Args& args, std::ostream& out, std::ostream& err) {
-  ExportOptions o;
-  if (!parse(args, o)) {
-    err << kUsage;
+  ExportCommand command;
+  if (!command.line.parse(args)) {
+    err << command.line.usage();
     return 2;
   }
+  const ExportOptions& o = command.o;
   ToolSession tool(err);
-  if (!tool.openClip(o.clip)) return 1;
+  if (!tool.openClip(o.clip[0])) return 1;
   review::Session& session = tool.session();
   clip::SeparateMJPG& clip = session.SeparateMJPG;
   const int total = session.OpenSaveFile.TotalFrames.value();
@@ -107,5 +98,7 @@ int runExport(const Args& args, std::ostream& out, std::ostream& err) {
   }
   return 0;
 }
+
+std::string exportSynopsis(std::size_t indent) { return ExportCommand().line.synopsis(indent); }
 
 }  // namespace app

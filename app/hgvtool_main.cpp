@@ -11,23 +11,19 @@
 
 namespace {
 
-constexpr const char* kUsage =
-    "usage: hgvtool info [--json] [--frames] CLIP\n"
-    "       hgvtool extract CLIP N OUT.jpg\n"
-    "       hgvtool pack OUT.hgv A.jpg [B.jpg ...]\n"
-    "       hgvtool sample OUT.hgv [--frames N] [--size WxH]\n"
-    "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] CLIP N\n"
-    "       hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] A.jpg B.jpg\n"
-    "       hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
-    "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
-    "                      [--threads N]\n"
-    "       hgvtool export CLIP --frame N (--jpg OUT | --hgv OUT | --wmv OUT) [--count K]\n"
-    "       hgvtool scan CLIP_OR_FOLDER... [--area L,T,R,B] [--sensitivity TEXT] [--jobs N]\n"
-    "                    [--merge-gap D] [--min-event D] [--before D] [--after D]\n"
-    "                    [--out DIR [--clips hgv|wmv|mp4] [--resume]] [--shard K/N] [--json]\n"
-    "       hgvtool report OUT DIR...\n"
-    "       hgvtool thumbnail CLIP OUT.png SIZE\n"
-    "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
+// Every subcommand's synopsis, each from its own table.
+std::string usage() {
+  using Synopsis = std::string (*)(std::size_t);
+  constexpr Synopsis kSynopses[] = {
+      app::infoSynopsis,   app::extractSynopsis,  app::packSynopsis,   app::sampleSynopsis,
+      app::diffSynopsis,   app::searchSynopsis,   app::exportSynopsis, app::scanSynopsis,
+      app::reportSynopsis, app::thumbnailSynopsis};
+  std::string text;
+  for (const Synopsis synopsis : kSynopses) {
+    text += (text.empty() ? "usage: " : "       ") + synopsis(7) + "\n";
+  }
+  return text + "Exit status: 0 done, 1 refused or failed, 2 usage.\n";
+}
 
 // `budget`: the process's one budget of pictures in flight and threads.
 int run(const std::string& command, const app::Args& args, toolkit::ResourceBudget& budget) {
@@ -46,10 +42,10 @@ int run(const std::string& command, const app::Args& args, toolkit::ResourceBudg
   if (command == "report") return app::runReport(args, std::cout, std::cerr);
   if (command == "thumbnail") return app::runThumbnail(args, std::cout, std::cerr);
   if (command == "help" || command == "--help" || command == "-h") {
-    std::cout << kUsage;
+    std::cout << usage();
     return 0;
   }
-  std::cerr << "hgvtool: unknown command '" << command << "'\n" << kUsage;
+  std::cerr << "hgvtool: unknown command '" << command << "'\n" << usage();
   return 2;
 }
 
@@ -57,7 +53,7 @@ int run(const std::string& command, const app::Args& args, toolkit::ResourceBudg
 
 int main(int argc, char** argv) {
   if (argc < 2) {
-    std::cerr << kUsage;
+    std::cerr << usage();
     return 2;
   }
   try {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <csignal>
 #include <optional>
 #include <ostream>
@@ -14,16 +15,9 @@
 namespace app {
 namespace {
 
-constexpr const char* kUsage =
-    "usage: hgvtool scan CLIP_OR_FOLDER... [--area L,T,R,B] [--sensitivity TEXT] [--jobs N]\n"
-    "                    [--merge-gap D] [--min-event D] [--before D] [--after D]\n"
-    "                    [--out DIR [--clips hgv|wmv|mp4] [--resume]] [--shard K/N] [--json]\n"
-    "       D is seconds (2.5) or frames (5f)\n";
-
 using scan::Duration;
 using scan::EventClips;
 using scan::EventRules;
-using ScanCommand = scan::ScanJob;
 
 bool parseDuration(const std::string& text, Duration& duration) {
   const std::optional<Duration> parsed = Duration::parse(text);
@@ -57,47 +51,49 @@ bool parseShard(const std::string& text, int& shard, int& shards) {
   return true;
 }
 
-// One option with its value; false for an unknown option or a bad value.
-bool parseOption(const std::string& a, const std::string& value, ScanCommand& c) {
-  long long n = 0;
-  EventRules& rules = c.scan.rules;
-  if (a == "--jobs") {
-    if (!parseInt(value, n) || n < 1 || n > 256) return false;
-    c.jobs = static_cast<int>(n);
-    return true;
-  }
-  if (a == "--area") {
-    toolkit::Rect area;
-    if (!parseArea(value, area)) return false;
-    c.scan.area = area;
-    return true;
-  }
-  if (a == "--sensitivity") return c.scan.sensitivity = value, true;
-  if (a == "--out") return c.out = value, true;
-  if (a == "--merge-gap") return parseDuration(value, rules.mergeGap);
-  if (a == "--min-event") return parseDuration(value, rules.minEvent);
-  if (a == "--before") return parseDuration(value, rules.before);
-  if (a == "--after") return parseDuration(value, rules.after);
-  if (a == "--clips") return parseClips(value, c.scan.clips);
-  if (a == "--shard") return parseShard(value, c.shard, c.shards);
-  return false;
-}
+// The table of the scan's options, filling one ScanJob.
+struct ScanCommand {
+  scan::ScanJob c;
+  long long jobs = c.jobs;
+  CommandLine line{"hgvtool scan"};
 
-bool parseScan(const Args& args, ScanCommand& c) {
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const std::string& a = args[i];
-    if (a == "--json" || a == "--resume") {
-      (a == "--json" ? c.json : c.resume) = true;
-    } else if (a.rfind("--", 0) != 0) {
-      c.paths.push_back(a);
-    } else if (i + 1 >= args.size() || !parseOption(a, args[++i], c)) {
-      return false;
-    }
+  ScanCommand() {
+    EventRules& rules = c.scan.rules;
+    line.positionals("CLIP_OR_FOLDER...", c.paths, -1);
+    line.value("--area", "L,T,R,B", [this](const std::string& text) {
+      toolkit::Rect area;
+      if (!parseArea(text, area)) return false;
+      c.scan.area = area;
+      return true;
+    });
+    line.text("--sensitivity", "TEXT", c.scan.sensitivity);
+    line.number("--jobs", "N", jobs, 1, 256);
+    duration("--merge-gap", rules.mergeGap);
+    duration("--min-event", rules.minEvent);
+    duration("--before", rules.before);
+    duration("--after", rules.after);
+    CLI::Option* out = line.text("--out", "DIR", c.out);
+    line.within(out, line.value("--clips", "hgv|wmv|mp4", [this](const std::string& text) {
+      return parseClips(text, c.scan.clips);
+    }));
+    line.within(out, line.flag("--resume", c.resume));
+    line.value("--shard", "K/N",
+               [this](const std::string& text) { return parseShard(text, c.shard, c.shards); });
+    line.flag("--json", c.json);
+    line.note("D is seconds (2.5) or frames (5f)");
   }
-  // Event clips go beside the report, and only a report can be resumed.
-  const bool needsOut = c.scan.clips != EventClips::None || c.resume;
-  return !c.paths.empty() && (!needsOut || !c.out.empty());
-}
+
+  void duration(const std::string& name, Duration& target) {
+    line.value(name, "D",
+               [&target](const std::string& text) { return parseDuration(text, target); });
+  }
+
+  bool parse(const Args& args) {
+    if (!line.parse(args)) return false;
+    c.jobs = static_cast<int>(jobs);
+    return true;
+  }
+};
 
 // The signal that stops the scan. A signal handler can reach nothing else, so this one flag is
 // the process's; StopSignals sets it up for one run and puts the old handlers back.
@@ -136,14 +132,17 @@ class StopSignals {
 
 int runScan(const Args& args, std::ostream& out, std::ostream& err,
             const scan::ScanEnvironment& env) {
-  ScanCommand c;
-  if (!parseScan(args, c)) {
-    err << kUsage;
+  ScanCommand command;
+  if (!command.parse(args)) {
+    err << command.line.usage();
     return 2;
   }
+  const scan::ScanJob& c = command.c;
   StopSignals signals;
   return scan::runScanJob(
       c, env, [&] { return signals.signal(); }, out, err);
 }
+
+std::string scanSynopsis(std::size_t indent) { return ScanCommand().line.synopsis(indent); }
 
 }  // namespace app

@@ -1,6 +1,7 @@
 // hgvtool search: the motion search of the window, run by the same driver without a window.
 
 #include <chrono>
+#include <climits>
 #include <cstdio>
 #include <optional>
 #include <ostream>
@@ -27,61 +28,53 @@ namespace {
 using search::Direction;
 using toolkit::kFalse;
 
-constexpr const char* kUsage =
-    "usage: hgvtool search CLIP [--from N] [--back] [--area L,T,R,B] [--sensitivity TEXT]\n"
-    "                      [--threshold T] [--count K | --all] [--marked OUT.bmp] [--json]\n"
-    "                      [--threads N]   (threads decoding ahead; default and at most the "
-    "cores, 1 in line)\n";
-
 struct CommandOptions {
   SearchOptions search;
-  std::string clip;
+  std::vector<std::string> clip;
   std::string marked;
   bool json = false;
 };
 
-bool parseOptions(const Args& args, CommandOptions& o) {
-  bool count = false;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const std::string& a = args[i];
-    const bool hasValue = i + 1 < args.size();
-    long long n = 0;
-    if (a == "--json") {
-      o.json = true;
-    } else if (a == "--back") {
-      o.search.direction = Direction::Back;
-    } else if (a == "--threads" && hasValue && parseInt(args[i + 1], n) && n >= 1 && n <= 256) {
-      o.search.threads = static_cast<int>(n);
-      ++i;
-    } else if (a == "--all") {
-      o.search.all = true;
-    } else if (a == "--from" && hasValue && parseInt(args[i + 1], n)) {
-      o.search.from = n;
-      ++i;
-    } else if (a == "--count" && hasValue && parseInt(args[i + 1], n) && n >= 1 && n <= 1000000) {
-      o.search.count = static_cast<int>(n);
-      count = true;
-      ++i;
-    } else if (a == "--threshold" && hasValue && parseInt(args[i + 1], n) && n >= INT16_MIN &&
-               n <= INT16_MAX) {
-      o.search.threshold = static_cast<int>(n);
-      ++i;
-    } else if (a == "--area" && hasValue) {
+struct SearchCommand {
+  CommandOptions o;
+  // Where the search's options start, as the window starts them.
+  long long from = o.search.from, threshold = o.search.threshold, count = o.search.count,
+            threads = o.search.threads;
+  bool back = false;
+  CommandLine line{"hgvtool search"};
+
+  SearchCommand() {
+    line.positionals("CLIP", o.clip, 1);
+    line.number("--from", "N", from, LLONG_MIN, LLONG_MAX);
+    line.flag("--back", back);
+    line.value("--area", "L,T,R,B", [this](const std::string& text) {
       toolkit::Rect area;
-      if (!parseArea(args[++i], area)) return false;
+      if (!parseArea(text, area)) return false;
       o.search.area = area;
-    } else if (a == "--sensitivity" && hasValue) {
-      o.search.sensitivity = args[++i];
-    } else if (a == "--marked" && hasValue) {
-      o.marked = args[++i];
-    } else if (a.rfind("--", 0) != 0 && o.clip.empty()) {
-      o.clip = a;
-    } else {
-      return false;
-    }
+      return true;
+    });
+    line.text("--sensitivity", "TEXT", o.search.sensitivity);
+    line.number("--threshold", "T", threshold, INT16_MIN, INT16_MAX);
+    line.oneOf({line.number("--count", "K", count, 1, 1000000), line.flag("--all", o.search.all)},
+               false);
+    line.text("--marked", "OUT.bmp", o.marked);
+    line.flag("--json", o.json);
+    line.number("--threads", "N", threads, 1, 256);
+    line.note("--threads: the threads decoding ahead; by default and at most the cores, 1 in line");
   }
-  return !o.clip.empty() && !(count && o.search.all);
-}
+
+  // The options into the search's own, once the line is parsed.
+  bool parse(const Args& args) {
+    if (!line.parse(args)) return false;
+    SearchOptions& s = o.search;
+    if (back) s.direction = Direction::Back;
+    s.from = from;
+    s.threshold = static_cast<int>(threshold);
+    s.count = static_cast<int>(count);
+    s.threads = static_cast<int>(threads);
+    return true;
+  }
+};
 
 const char* endedName(search::SearchOutcome::Ended ended) {
   switch (ended) {
@@ -158,17 +151,18 @@ int runSearch(const Args& args, std::ostream& out, std::ostream& err) {
 
 int runSearchWithin(const Args& args, std::ostream& out, std::ostream& err,
                     toolkit::ResourceBudget& budget) {
-  CommandOptions o;
-  if (!parseOptions(args, o)) {
-    err << kUsage;
+  SearchCommand command;
+  if (!command.parse(args)) {
+    err << command.line.usage();
     return 2;
   }
+  CommandOptions& o = command.o;
   // This thread is the search's own; the others decode ahead, so --threads beyond the budget's
   // threads starts no more than it has.
   const toolkit::ThreadLease own(budget, 1);
   o.search.budget = &budget;
   ToolSession tool(err);
-  if (!tool.openClip(o.clip)) return 1;
+  if (!tool.openClip(o.clip[0])) return 1;
   bool failed = false;
   bool found = false;
   // The last result: its marked bitmap is what it left in "temp.bmp".
@@ -206,5 +200,7 @@ int runSearchWithin(const Args& args, std::ostream& out, std::ostream& err,
   }
   return failed ? 1 : 0;
 }
+
+std::string searchSynopsis(std::size_t indent) { return SearchCommand().line.synopsis(indent); }
 
 }  // namespace app

@@ -7,19 +7,6 @@
 
 namespace app {
 
-bool parseInt(const std::string& text, long long& value) {
-  if (text.empty() || text.size() > 18) return false;
-  std::size_t i = text[0] == '-' ? 1 : 0;
-  if (i == text.size()) return false;
-  long long v = 0;
-  for (; i < text.size(); ++i) {
-    if (text[i] < '0' || text[i] > '9') return false;
-    v = v * 10 + (text[i] - '0');
-  }
-  value = text[0] == '-' ? -v : v;
-  return true;
-}
-
 bool writeFileAtomically(const std::string& path, const std::vector<std::uint8_t>& bytes,
                          std::ostream& err) {
   toolkit::PosixFileSystem files;

@@ -8,12 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "app/command_line.h"
 #include "toolkit/core/rect.h"
 
 namespace app {
-
-// Parses a whole decimal number; false if `text` is not one or does not fit.
-bool parseInt(const std::string& text, long long& value);
 
 // Parses "L,T,R,B", four whole numbers of 32 bits.
 bool parseArea(const std::string& text, toolkit::Rect& area);

@@ -39,15 +39,27 @@ toolkit::RgbImage thumbnailOf(std::span<const std::uint8_t> file, int side, bool
   return toolkit::shrinkImage(*picture, fit.width, fit.height);
 }
 
+struct ThumbnailCommand {
+  std::vector<std::string> args;  // CLIP OUT.png SIZE
+  CommandLine line{"hgvtool thumbnail"};
+  ThumbnailCommand() {
+    line.positionals("CLIP OUT.png SIZE", args, 3);
+    line.note("SIZE from 1 to 4096 pixels");
+  }
+};
+
 }  // namespace
 
-int runThumbnail(const Args& args, std::ostream& out, std::ostream& err) {
+int runThumbnail(const Args& arguments, std::ostream& out, std::ostream& err) {
   (void)out;
+  ThumbnailCommand command;
   long long size = 0;
-  if (args.size() != 3 || !parseInt(args[2], size) || size < 1 || size > 4096) {
-    err << "usage: hgvtool thumbnail CLIP OUT.png SIZE   (SIZE from 1 to 4096 pixels)\n";
+  if (!command.line.parse(arguments) || !parseInt(command.args[2], size) || size < 1 ||
+      size > 4096) {
+    err << command.line.usage();
     return 2;
   }
+  const Args& args = command.args;
   const int side = static_cast<int>(size);
   ToolSession tool(err);
   // The clip is opened as ToolSession::openClip opens it, with the same boxes, but frame 0 is
@@ -65,6 +77,10 @@ int runThumbnail(const Args& args, std::ostream& out, std::ostream& err) {
     return 1;
   }
   return writeFileAtomically(args[1], toolkit::encodePng(thumbnail), err) ? 0 : 1;
+}
+
+std::string thumbnailSynopsis(std::size_t indent) {
+  return ThumbnailCommand().line.synopsis(indent);
 }
 
 }  // namespace app

@@ -1,10 +1,12 @@
 #include "app/window_start.h"
 
+#include <CLI/CLI.hpp>
 #include <charconv>
 #include <climits>
 #include <cstdio>
 #include <filesystem>
 
+#include "app/command_line.h"
 #include "toolkit/core/hand_over_request.h"
 #include "toolkit/widgets/instance_link.h"
 #include "window/form1.h"
@@ -28,35 +30,56 @@ std::string absolutePath(const std::string& path) {
 
 }  // namespace
 
-ParsedWindowStart parseWindowArguments(const std::vector<std::string>& args) {
-  ParsedWindowStart parsed;
-  WindowStart& start = parsed.start;
-  bool optionsEnd = false;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const std::string& arg = args[i];
-    if (!optionsEnd && arg == "--") {
-      optionsEnd = true;
-    } else if (!optionsEnd && (arg == "--help" || arg == "-h")) {
-      start.help = true;
-    } else if (!optionsEnd && arg == "--version") {
-      start.version = true;
-    } else if (!optionsEnd && arg == "--frame") {
-      if (i + 1 == args.size()) return {start, "--frame needs a frame number"};
-      start.frame = frameNumber(args[++i]);
-      if (!start.frame) return {start, "--frame takes a frame number from 0: " + args[i]};
-    } else if (!optionsEnd && arg.size() > 1 && arg[0] == '-') {
-      return {start, "unknown option " + arg};
-    } else if (start.clip) {
-      return {start, "one clip at a time: " + arg};
-    } else if (arg.empty()) {
-      return {start, "the clip's name is empty"};
-    } else {
-      start.clip = absolutePath(arg);
+namespace {
+
+// The window program's table: its options and the usage they make.
+struct WindowCommand {
+  WindowStart start;
+  std::vector<std::string> clip;
+  std::string badFrame;  // the value --frame refused
+  CommandLine line{"harrowglen"};
+
+  WindowCommand() {
+    // Not in the usage: they end the program before any window.
+    line.flag("-h,--help", start.help)->group("");
+    line.flag("--version", start.version)->group("");
+    line.value("--frame", "N", [this](const std::string& text) {
+      start.frame = frameNumber(text);
+      if (!start.frame) badFrame = text;
+      return start.frame.has_value();
+    });
+    line.optionalPositional("CLIP", clip);
+    // Told apart below, each with its own message.
+    line.leftovers();
+  }
+
+  std::string error() const {
+    if (!badFrame.empty()) return "--frame takes a frame number from 0: " + badFrame;
+    if (clip.size() > 1) return "one clip at a time: " + clip[1];
+    // Every argument that is not an option is a clip, so what is left over is an option.
+    const std::vector<std::string> unknown = line.remaining();
+    if (!unknown.empty()) return "unknown option " + unknown.front();
+    if (!clip.empty() && clip[0].empty()) return "the clip's name is empty";
+    if (start.frame && clip.empty() && !start.help && !start.version) {
+      return "--frame needs a clip";
     }
+    return "";
   }
-  if (start.frame && !start.clip && !start.help && !start.version) {
-    return {start, "--frame needs a clip"};
+};
+
+}  // namespace
+
+std::string windowUsage() { return WindowCommand().line.usage(); }
+
+ParsedWindowStart parseWindowArguments(const std::vector<std::string>& args) {
+  WindowCommand command;
+  if (!command.line.parse(args)) {
+    const std::string error = command.error();
+    return {command.start, error.empty() ? "--frame needs a frame number" : error};
   }
+  ParsedWindowStart parsed{command.start, command.error()};
+  if (!command.clip.empty() && parsed.error.empty())
+    parsed.start.clip = absolutePath(command.clip[0]);
   return parsed;
 }
 

@@ -13,7 +13,8 @@ class Form1;
 
 namespace app {
 
-inline constexpr const char* kWindowUsage = "usage: harrowglen [--frame N] [CLIP]\n";
+// "usage: harrowglen [--frame N] [CLIP]", from the table that parses the arguments.
+std::string windowUsage();
 
 struct WindowStart {
   std::optional<std::string> clip;  // absolute, so that another process can open it

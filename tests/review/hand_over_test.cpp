@@ -110,7 +110,7 @@ TEST_F(HandOverTest, ASecondStartHandsItsClipToTheRunningWindow) {
   ASSERT_TRUE(wrong.finished());
   EXPECT_EQ(wrong.exitCode(), 2);
   EXPECT_NE(wrong.errors().find("harrowglen: --frame needs a frame number\n" +
-                                std::string(app::kWindowUsage)),
+                                app::windowUsage()),
             std::string::npos);
 }
 
