@@ -1,0 +1,36 @@
+#pragma once
+
+// A decoded picture as a 24-bit bitmap, converted as FFmpeg's scale filter converts it for
+// `-pix_fmt bgr24` under the flags bicubic, accurate_rnd, bitexact and full_chroma_int: with the
+// colour matrix the frame declares (BT.601 when it declares none) and its range (full for the
+// yuvj formats and frames tagged so).
+
+#include <cstdint>
+
+extern "C" {
+#include <libswscale/swscale.h>
+}
+
+#include "video/av_handles.h"
+#include "video/video_file.h"
+
+namespace video {
+
+class BgrBitmaps {
+ public:
+  BgrBitmaps() = default;
+  ~BgrBitmaps();
+  BgrBitmaps(const BgrBitmaps&) = delete;
+  BgrBitmaps& operator=(const BgrBitmaps&) = delete;
+
+  // Frame `index` of `picture`: the bitmap file (header, rows bottom-up, padded to 4) and its
+  // size. Throws VideoError for a picture larger than a picture may be or one libswscale refuses.
+  VideoFrame make(std::int64_t index, const AVFrame& picture);
+
+ private:
+  // The converter, kept while the pictures keep their size and format. Like the filter's, it
+  // keeps the range of the last frame that declared one.
+  SwsContext* m_sws = nullptr;
+};
+
+}  // namespace video
