@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds one libFuzzer target with clang and runs it, starting from the seeds its replay test
 # writes. Usage: fuzz/run.sh TARGET [SECONDS]
-# TARGET: clip_reader, jpeg_frame, handover_request or journal.
+# TARGET: clip_reader, jpeg_frame, handover_request, journal or video_file.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 target=${1:?usage: fuzz/run.sh TARGET [SECONDS]}
@@ -14,6 +14,7 @@ case "$target" in
   jpeg_frame) tests=search/search_test filter='JpegFrameFuzzReplayTest.*' max_len=32768 malloc_mb=64 ;;
   handover_request) tests=review/review_test filter='HandOverFuzzReplayTest.*' max_len=70000 malloc_mb=64 ;;
   journal) tests=scan/scan_test filter='JournalFuzzReplayTest.*' max_len=65536 malloc_mb=256 ;;
+  video_file) tests=video/video_test filter='VideoFuzzReplayTest.*' max_len=65536 malloc_mb=512 ;;
   *) echo "fuzz/run.sh: unknown target $target" >&2; exit 2 ;;
 esac
 
