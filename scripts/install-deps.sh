@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config clang libclang-rt-14-dev
   qt6-base-dev qt6-qpa-plugins libturbojpeg0-dev libjpeg62-turbo-dev
-  libavcodec-dev libavformat-dev libavutil-dev libswscale-dev zlib1g-dev libpng-dev
+  libavcodec-dev libavformat-dev libavutil-dev libswscale-dev zlib1g-dev libpng-dev ffmpeg
   nlohmann-json3-dev libcli11-dev
   googletest libgtest-dev
   xvfb xauth fonts-liberation fonts-dejavu-core
