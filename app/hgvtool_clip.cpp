@@ -13,7 +13,9 @@
 #include "search/driver/tool_session.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
+#include "toolkit/core/wall_clock.h"
 #include "toolkit/writers/synthetic_scene.h"
+#include "video/video_file.h"
 
 namespace app {
 
@@ -67,6 +69,18 @@ struct SampleCommand {
   }
 };
 
+// What the container says of a camera's video beyond what a clip says.
+void addVideoFacts(const video::VideoFacts& v, nlohmann::ordered_json& facts) {
+  facts["codec"] = v.codec;
+  facts["container"] = v.container;
+  facts["frame_rate"] = v.rateDen > 0 ? static_cast<double>(v.rateNum) / v.rateDen : 0.0;
+  facts["duration_s"] = v.durationSeconds;
+  facts["recorded"] =
+      v.creationTime
+          ? nlohmann::ordered_json(toolkit::isoLocalTime(static_cast<double>(*v.creationTime)))
+          : nlohmann::ordered_json();
+}
+
 }  // namespace
 
 // What a click on the open button does from the moment the file is chosen: the header check, the
@@ -90,6 +104,7 @@ int runInfo(const Args& args, std::ostream& out, std::ostream& err) {
                                     {"ClipWidth", clip.ClipWidth.value()},
                                     {"ClipHeight", clip.ClipHeight.value()},
                                     {"TotalFrames", frameCount}};
+    if (const video::VideoFacts* v = clip.videoFacts()) addVideoFacts(*v, facts);
     if (o.frames) {
       nlohmann::ordered_json& frames = facts["frames"] = nlohmann::ordered_json::array();
       for (int k = 0; k < frameCount; ++k) {
@@ -135,17 +150,23 @@ int runExtract(const Args& arguments, std::ostream& out, std::ostream& err) {
         << "\n";
     return 1;
   }
+  std::vector<std::uint8_t> bytes;
   try {
-    const std::string scratch = clip.ExtractCurrentJpg(args[0], static_cast<int>(frame));
-    std::string bytes = toolkit::readWholeFile(session.platform().files, scratch);
-    bytes.resize(static_cast<std::size_t>(clip.ExtractedSize.value()));
-    if (!writeFileAtomically(args[2], toBytes(bytes), err)) return 1;
+    if (clip.videoFacts()) {
+      bytes = clip.frameJpeg(static_cast<int>(frame));
+      if (bytes.empty()) throw RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
+    } else {
+      const std::string scratch = clip.ExtractCurrentJpg(args[0], static_cast<int>(frame));
+      bytes = toBytes(toolkit::readWholeFile(session.platform().files, scratch));
+      bytes.resize(static_cast<std::size_t>(clip.ExtractedSize.value()));
+    }
+    if (!writeFileAtomically(args[2], bytes, err)) return 1;
   } catch (const RuntimeError& e) {
     err << "hgvtool: frame " << frame << ": Error " << e.number() << ": " << e.description()
         << "\n";
     return 1;
   }
-  out << "frame " << frame << ": " << clip.ExtractedSize.value() << " bytes to " << args[2] << "\n";
+  out << "frame " << frame << ": " << bytes.size() << " bytes to " << args[2] << "\n";
   return 0;
 }
 

@@ -80,7 +80,17 @@ struct ScanCommand {
     line.value("--shard", "K/N",
                [this](const std::string& text) { return parseShard(text, c.shard, c.shards); });
     line.flag("--json", c.json);
+    line.value("--ext", "LIST", [this](const std::string& text) {
+      const std::optional<std::vector<std::string>> extensions = scan::parseExtensions(text);
+      if (extensions) c.extensions = *extensions;
+      return extensions.has_value();
+    });
     line.note("D is seconds (2.5) or frames (5f)");
+    std::string extensions;
+    for (const std::string& e : scan::footageExtensions()) {
+      extensions += (extensions.empty() ? "" : ",") + e;
+    }
+    line.note("LIST: the extensions a folder's walk takes, by default " + extensions);
   }
 
   void duration(const std::string& name, Duration& target) {

@@ -162,6 +162,8 @@ int runSearchWithin(const Args& args, std::ostream& out, std::ostream& err,
   const toolkit::ThreadLease own(budget, 1);
   o.search.budget = &budget;
   ToolSession tool(err);
+  // A video decodes on as many threads as the search would decode ahead on.
+  tool.session().SeparateMJPG.VideoThreads = std::min(o.search.threads, budget.threads());
   if (!tool.openClip(o.clip[0])) return 1;
   bool failed = false;
   bool found = false;

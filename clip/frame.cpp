@@ -39,6 +39,7 @@ FramePtr FramePool::make() {
   frame->rowBytes = 0;
   frame->clean = false;
   frame->withTail = false;
+  frame->fromVideo = false;
   frame->cellSize = 0;
   frame->cellSums.clear();
   return FramePtr(frame.release(), [spares = m_spares](Frame* f) {

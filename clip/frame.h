@@ -41,6 +41,9 @@ struct Frame {
   // (see ScratchFiles), as the converter, which reads the whole file, decodes a frame that does
   // not end cleanly.
   bool withTail = false;
+  // The picture came decoded from a camera's video, not from `jpeg`, which stays empty until
+  // someone needs the frame as a JPEG (videoFrameJpeg).
+  bool fromVideo = false;
   // The brightness sums of the picture's cells of `cellSize` pixels, when whoever decoded the
   // frame made them too (0: not made).
   int cellSize = 0;
@@ -64,6 +67,10 @@ struct Frame {
 // Frames are shared by whoever still needs them (the comparison, the scratch files, the view) and
 // never changed once handed on, except by the one thread that holds the only reference.
 using FramePtr = std::shared_ptr<Frame>;
+
+// A video frame's picture as a JPEG of quality 95, as an export or "Temp.jpg" holds it; empty
+// when the frame has no picture.
+std::vector<std::uint8_t> videoFrameJpeg(const Frame& frame);
 
 // Makes frames whose buffers come back here when the last holder lets go, so that walking a clip
 // allocates no picture memory after its first frames: a fresh 2.7 MB bitmap costs its page

@@ -33,19 +33,39 @@ void ScratchFiles::loadJpegFile() {
   m_jpegKnown = true;
 }
 
-void ScratchFiles::putJpeg(const Frame& frame) {
+void ScratchFiles::putJpeg(const FramePtr& frame) {
+  if (!frame->fromVideo) {
+    m_videoFrame.reset();
+    putJpegBytes(frame->jpeg);
+    return;
+  }
+  // Encoding a video's picture costs more than decoding it: made only when the file is written
+  // or read.
+  m_videoFrame = frame;
+  if (m_mode == Mode::Files && !held()) makeVideoJpeg();
+}
+
+void ScratchFiles::makeVideoJpeg() {
+  if (!m_videoFrame) return;
+  const FramePtr frame = std::move(m_videoFrame);
+  m_videoFrame.reset();
+  putJpegBytes(videoFrameJpeg(*frame));
+}
+
+void ScratchFiles::putJpegBytes(std::span<const std::uint8_t> jpeg) {
   loadJpegFile();
-  const std::size_t size = frame.jpeg.size();
+  const std::size_t size = jpeg.size();
   if (m_mode == Mode::Files && !held()) {
-    m_files.openWrite(m_jpegPath)->writeAt(0, frame.jpeg);
+    m_files.openWrite(m_jpegPath)->writeAt(0, jpeg);
   } else if (m_mode == Mode::Files) {
     m_jpegPending = std::max(m_jpegPending, size);
   }
   if (m_jpeg.size() < size) m_jpeg.resize(size);
-  if (size > 0) std::memcpy(m_jpeg.data(), frame.jpeg.data(), size);
+  if (size > 0) std::memcpy(m_jpeg.data(), jpeg.data(), size);
 }
 
 std::span<const std::uint8_t> ScratchFiles::jpegFile() {
+  makeVideoJpeg();
   loadJpegFile();
   return m_jpeg;
 }
@@ -69,6 +89,11 @@ void ScratchFiles::putMarked(std::function<std::vector<std::uint8_t>()> make) {
 void ScratchFiles::flush() {
   if (m_holds > 0 && --m_holds > 0) return;
   std::optional<RuntimeError> failed;
+  try {
+    makeVideoJpeg();
+  } catch (const RuntimeError& e) {
+    failed = e;
+  }
   if (m_jpegPending > 0) {
     const std::size_t bytes = m_jpegPending;
     m_jpegPending = 0;
@@ -119,6 +144,7 @@ void ScratchFiles::writeMarked() {
 
 void ScratchFiles::remove(const std::string& path) {
   if (path == m_jpegPath) {
+    m_videoFrame.reset();
     m_jpeg.clear();
     m_jpegKnown = false;
     m_jpegPending = 0;

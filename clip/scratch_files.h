@@ -39,9 +39,9 @@ class ScratchFiles {
   const std::string& bitmapPath() const { return m_bitmapPath; }
   const std::string& markedPath() const { return m_markedPath; }
 
-  // "Temp.jpg": the frame's bytes at the start of the file. A write that fails raises its
-  // run-time error and changes nothing that jpegFile() reports.
-  void putJpeg(const Frame& frame);
+  // "Temp.jpg": the frame's bytes at the start of the file (a video's picture as its JPEG). A
+  // write that fails raises its run-time error and changes nothing that jpegFile() reports.
+  void putJpeg(const FramePtr& frame);
   // What "Temp.jpg" holds after the puts so far, whether written yet or not.
   std::span<const std::uint8_t> jpegFile();
 
@@ -68,6 +68,8 @@ class ScratchFiles {
 
  private:
   void loadJpegFile();
+  void putJpegBytes(std::span<const std::uint8_t> jpeg);
+  void makeVideoJpeg();
   void writeJpeg(std::size_t bytes);
   void writeBitmap(const Frame* frame);
   void writeMarked();
@@ -85,6 +87,7 @@ class ScratchFiles {
   bool m_jpegKnown = false;
   std::size_t m_jpegPending = 0;  // bytes at the start not yet written
 
+  FramePtr m_videoFrame;   // a video's frame whose JPEG "Temp.jpg" holds, not made yet
   FramePtr m_bitmapFrame;  // held back for "1.bmp"
   bool m_bitmapPending = false;
   std::function<std::vector<std::uint8_t>()> m_marked;  // held back for "temp.bmp"

@@ -9,6 +9,7 @@
 #include "toolkit/core/little_endian.h"
 #include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
+#include "video/video_file.h"
 
 namespace clip {
 
@@ -41,6 +42,8 @@ std::array<std::uint8_t, N> readRecord(toolkit::ReadableFile& file, std::int64_t
 }  // namespace
 
 Boolean SeparateMJPG::InitialAviInfo(const std::string& path) {
+  // Whatever this check says, the video that was open is closed: the session's file is this one.
+  m_video.reset();
   auto refuse = [this](MessageBoxRequest box) {
     m_platform.messages.show(box);
     return toolkit::kFalse;
@@ -85,6 +88,7 @@ Boolean SeparateMJPG::InitialAviInfo(const std::string& path) {
 
 Integer SeparateMJPG::SaveAviChunk(const std::string& path) {
   m_scanShowedBox = false;
+  if (m_video) return videoFrameCount();
   try {
     auto file = m_platform.files.openRead(path);
     ClipScanner scan(*file);
@@ -179,6 +183,7 @@ FramePlace SeparateMJPG::placeOf(Integer frame) const {
 
 std::string SeparateMJPG::ExtractCurrentJpg(const std::string& path, Integer frame) {
   ExtractedFrame = frame.value();
+  if (m_video) return extractVideoFrame(frame);
   const auto index = static_cast<std::size_t>(frame.value());
   if (frame.value() < 0 || index >= FrameSizes.size() || index >= FramePositions.size()) {
     throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
@@ -193,7 +198,7 @@ std::string SeparateMJPG::ExtractCurrentJpg(const std::string& path, Integer fra
     value->index = place.frame;
     readFrameBytes(*m_platform.files.openRead(path), place, value->jpeg);
   }
-  m_scratch.putJpeg(*value);
+  m_scratch.putJpeg(value);
   m_lastExtracted = std::move(value);
   return m_scratch.jpegPath();
 }

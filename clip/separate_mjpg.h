@@ -5,6 +5,7 @@
 // layout it relies on is in clip/clip_format.h.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,11 @@
 #include "clip/scratch_files.h"
 #include "toolkit/core/platform.h"
 #include "toolkit/core/vb_types.h"
+
+namespace video {
+class VideoFile;
+struct VideoFacts;
+}  // namespace video
 
 namespace clip {
 
@@ -46,8 +52,27 @@ using toolkit::Long;
 // The module's variables and procedures. A fresh object is the state at program start.
 class SeparateMJPG {
  public:
-  explicit SeparateMJPG(toolkit::Platform& platform)
-      : m_platform(platform), m_scratch(platform.files, platform.programFolder) {}
+  explicit SeparateMJPG(toolkit::Platform& platform);
+  ~SeparateMJPG();
+  SeparateMJPG(const SeparateMJPG&) = delete;
+  SeparateMJPG& operator=(const SeparateMJPG&) = delete;
+
+  // Whether `path` is read as a clip: its name ends in ".hgv" in any case, or its first bytes
+  // carry the tags the header check tests. A file that cannot be read goes that way too, and the
+  // header check says why. Any other file is a camera's video.
+  static bool isClipFile(toolkit::FileSystem& files, const std::string& path);
+
+  // Opens `path` as a camera's video. When it cannot, one box names the file and the reason, and
+  // nothing here changes: a clip or video that was open stays open. When it can, ClipPath,
+  // ClipWidth, ClipHeight and MicroSecPerFrame hold the video's values, JunkSize is 0, and
+  // SaveAviChunk gives its frame count.
+  Boolean OpenVideo(const std::string& path);
+  // The facts of the open video; nullptr while the open file is a clip.
+  const video::VideoFacts* videoFacts() const;
+  // Frame `frame` as a JPEG, as a clip of this footage holds it: a clip's or an MJPEG video's
+  // own bytes, else the video's picture encoded at quality 95. Raises "Subscript out of range"
+  // (9) for a frame outside the footage, and the reading's run-time errors.
+  std::vector<std::uint8_t> frameJpeg(Integer frame);
 
   // Header check. True when admitted; then ClipPath, ClipWidth, ClipHeight, JunkSize and
   // MicroSecPerFrame hold the file's values. Refusals and errors are reported in message boxes.
@@ -71,6 +96,10 @@ class SeparateMJPG {
   // them and for one of size 0 or less.
   FramePlace placeOf(Integer frame) const;
 
+  // The decoding threads of a video opened from now on; 0 is one a core. Its pictures do not
+  // depend on them.
+  int VideoThreads = 0;
+
   // Frames to take before reading the clip; nullptr reads every frame. Not owned.
   void setFrameSource(FrameSource* source) { m_source = source; }
   ScratchFiles& scratch() { return m_scratch; }
@@ -93,6 +122,12 @@ class SeparateMJPG {
 
  private:
   Integer recoverCutOffRecording(ClipScanner& scan);
+  FramePtr videoFrame(std::int32_t index);
+  Integer videoFrameCount();
+  std::string extractVideoFrame(Integer frame);
+
+  // The open video, when the open file is one.
+  std::unique_ptr<video::VideoFile> m_video;
 
   toolkit::Platform& m_platform;
   bool m_scanShowedBox = false;

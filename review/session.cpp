@@ -20,9 +20,16 @@ void loadStartingValues(Session& session, Form1Fields& fields) {
 OpenResult OpenClipFile(Session& session, const std::string& path) {
   OpenSaveFile& o = session.OpenSaveFile;
   clip::SeparateMJPG& clip = session.SeparateMJPG;
-  o.ClipFileName = path;
-  o.ClipOpen = clip.InitialAviInfo(o.ClipFileName);
-  if (o.ClipOpen == kFalse) return OpenResult::Refused;
+  if (clip::SeparateMJPG::isClipFile(session.platform.files, path)) {
+    o.ClipFileName = path;
+    o.ClipOpen = clip.InitialAviInfo(o.ClipFileName);
+    if (o.ClipOpen == kFalse) return OpenResult::Refused;
+  } else {
+    // A video that cannot be opened leaves the session as it was.
+    if (clip.OpenVideo(path) == kFalse) return OpenResult::VideoRefused;
+    o.ClipFileName = path;
+    o.ClipOpen = kTrue;
+  }
   o.TotalFrames = clip.SaveAviChunk(o.ClipFileName);
   if (o.TotalFrames == Integer(0)) {
     if (!clip.scanShowedBox()) {

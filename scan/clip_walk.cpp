@@ -5,21 +5,28 @@
 #include <filesystem>
 #include <utility>
 
+#include "clip/footage_types.h"
 #include "toolkit/core/runtime_error.h"
 
 namespace scan {
 namespace {
 
-bool isClipName(const std::filesystem::path& p) {
-  std::string ext = p.extension().string();
-  std::transform(ext.begin(), ext.end(), ext.begin(),
+std::string lowered(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return ext == ".hgv";
+  return text;
+}
+
+bool isFootageName(const std::filesystem::path& p, const std::vector<std::string>& extensions) {
+  const std::string ext = lowered(p.extension().string());
+  return ext.size() > 1 &&
+         std::find(extensions.begin(), extensions.end(), ext.substr(1)) != extensions.end();
 }
 
 // Walks one folder given: its entries are read whole before any subfolder is opened, so the walk
 // holds one open folder at a time, however deep it goes.
-void walkFolder(toolkit::FileSystem& files, const std::string& top, ClipList& list) {
+void walkFolder(toolkit::FileSystem& files, const std::string& top,
+                const std::vector<std::string>& extensions, ClipList& list) {
   std::vector<std::pair<std::string, int>> folders{{top, 0}};
   while (!folders.empty()) {
     const auto [folder, depth] = folders.back();
@@ -41,7 +48,7 @@ void walkFolder(toolkit::FileSystem& files, const std::string& top, ClipList& li
       // Links to folders are not followed: a link back up would walk for ever.
       if (entry.kind == toolkit::FileKind::Folder) {
         folders.emplace_back(path, depth + 1);
-      } else if (isClipName(entry.name)) {
+      } else if (isFootageName(entry.name, extensions)) {
         list.clips.push_back(path);
       }
     }
@@ -50,12 +57,33 @@ void walkFolder(toolkit::FileSystem& files, const std::string& top, ClipList& li
 
 }  // namespace
 
-ClipList findClips(toolkit::FileSystem& files, const std::vector<std::string>& paths) {
+std::vector<std::string> footageExtensions() {
+  std::vector<std::string> extensions{std::string(clip::kClipExtension)};
+  for (const std::string_view e : clip::kVideoExtensions) extensions.emplace_back(e);
+  return extensions;
+}
+
+std::optional<std::vector<std::string>> parseExtensions(const std::string& list) {
+  std::vector<std::string> extensions;
+  std::size_t start = 0;
+  while (start <= list.size()) {
+    const std::size_t comma = std::min(list.find(',', start), list.size());
+    std::string e = lowered(list.substr(start, comma - start));
+    if (!e.empty() && e[0] == '.') e.erase(0, 1);
+    if (e.empty() || e.find_first_of("./") != std::string::npos) return std::nullopt;
+    extensions.push_back(std::move(e));
+    start = comma + 1;
+  }
+  return extensions;
+}
+
+ClipList findClips(toolkit::FileSystem& files, const std::vector<std::string>& paths,
+                   const std::vector<std::string>& extensions) {
   ClipList list;
   for (const std::string& path : paths) {
     // A folder given is walked even through a link; a link met on the walk is not followed.
     if (files.facts(path).kind == toolkit::FileKind::Folder) {
-      walkFolder(files, path, list);
+      walkFolder(files, path, extensions, list);
     } else {
       list.clips.push_back(path);
     }

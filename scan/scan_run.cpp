@@ -300,7 +300,7 @@ int runScanJob(const ScanJob& c, const ScanEnvironment& given,
     err << "hgvtool: " << *problem << "\n";
     return 1;
   }
-  ClipList found = findClips(*env.files, c.paths);
+  ClipList found = findClips(*env.files, c.paths, c.extensions);
   Problems problems = std::move(found.problems);
   const std::vector<std::string> clips = shareOf(*env.files, found.clips, c.shard, c.shards);
   if (clips.empty()) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "scan/clip_walk.h"
 #include "scan/one_clip.h"
 #include "search/driver/decode_ahead.h"
 #include "toolkit/core/file_system.h"
@@ -36,6 +37,8 @@ struct ScanJob {
   bool json = false;                          // JSON lines on `out` instead of tables
   bool resume = false;                        // go on from the journal in `out`
   int shard = 1, shards = 1;
+  // What a folder's walk takes, by extension (footageExtensions()).
+  std::vector<std::string> extensions = footageExtensions();
 };
 
 // Runs the job and returns hgvtool's exit status: 0 when every clip opened and ran to its end, 1

@@ -1,5 +1,6 @@
 #include <QApplication>
 
+#include "clip/footage_types.h"
 #include "review/open_clip.h"
 #include "window/form1.h"
 
@@ -11,9 +12,15 @@ using toolkit::ScaleUnit;
 
 namespace {
 
-// The open dialog's filter. On a file system that tells case apart, the dialog offers both
-// "*.HGV" and "*.hgv" for it.
-constexpr const char* kClipFilter = "Tessmoor HGV File(*.HGV) | *.HGV";
+// The open dialog's filter: clips first, then the videos cameras write, then any file. On a file
+// system that tells case apart, the dialog offers both "*.HGV" and "*.hgv" for it.
+std::string openFilter() {
+  std::string videos;
+  for (const std::string_view extension : clip::kVideoExtensions) {
+    videos += (videos.empty() ? "*." : ";*.") + std::string(extension);
+  }
+  return "Tessmoor HGV File(*.HGV) | *.HGV | Camera videos | " + videos + " | All files | *";
+}
 // picBase gives back the room of the scroll bars when a zoom ends.
 constexpr float kScrollBarTwips = 300;
 
@@ -27,7 +34,7 @@ bool Form1::canOpenClip() const {
 void Form1::imgFile_Click() {
   if (!canOpenClip()) return;
   try {
-    dlgOpenAVI->Filter = kClipFilter;
+    dlgOpenAVI->Filter = openFilter();
     dlgOpenAVI->FilterIndex = 1;
     dlgOpenAVI->MaxFileSize = 1000;
     dlgOpenAVI->FileName = "";

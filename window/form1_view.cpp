@@ -19,6 +19,10 @@ toolkit::Picture Form1::FramePicture(const std::string& path) {
   clip::ScratchFiles& scratch = SeparateMJPG.scratch();
   const clip::FramePtr& frame = SeparateMJPG.lastExtracted();
   if (path != scratch.jpegPath() || !frame) return LoadPicture(path);
+  // A video's frame that did not decode has no picture, whatever "Temp.jpg" still holds.
+  if (frame->fromVideo && !frame->decoded()) {
+    throw toolkit::RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
+  }
   // "Temp.jpg" holds this frame: its picture is at hand when a search decoded it, and otherwise
   // the bytes the file holds are decoded without reading them back.
   const std::span<const std::uint8_t> file = scratch.jpegFile();

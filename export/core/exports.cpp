@@ -53,9 +53,10 @@ void writeReplacing(toolkit::FileSystem& files, const std::string& destination,
   }
 }
 
-// Frame `index`'s bytes as the index gives them.
-std::vector<std::uint8_t> readFrame(const clip::SeparateMJPG& clip, toolkit::ReadableFile& file,
+// Frame `index`'s bytes as the index gives them; a video's as a clip of it would hold them.
+std::vector<std::uint8_t> readFrame(clip::SeparateMJPG& clip, toolkit::ReadableFile& file,
                                     std::int32_t index) {
+  if (clip.videoFacts()) return clip.frameJpeg(index);
   const auto i = static_cast<std::size_t>(index);
   if (index < 0 || i >= clip.FrameSizes.size() || i >= clip.FramePositions.size()) {
     throw RuntimeError::of(toolkit::ErrorNumber::SubscriptOutOfRange);
@@ -89,14 +90,19 @@ void CopyCurrentJpg(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
                     const std::string& destination) {
   std::vector<std::uint8_t> bytes;
   try {
-    bytes.resize(static_cast<std::size_t>(std::max(clip.ExtractedSize.value(), 0)));
-    auto file = files.openRead(clip.ClipPath);
-    if (bytes.empty() || clip.ExtractedPosition.value() < 1 ||
-        std::int64_t{clip.ExtractedPosition.value()} - 1 + clip.ExtractedSize.value() >
-            file->length()) {
-      throw RuntimeError::of(toolkit::ErrorNumber::InputPastEndOfFile);
+    if (clip.videoFacts()) {
+      bytes = clip.frameJpeg(clip.ExtractedFrame.value());
+      if (bytes.empty()) throw RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
+    } else {
+      bytes.resize(static_cast<std::size_t>(std::max(clip.ExtractedSize.value(), 0)));
+      auto file = files.openRead(clip.ClipPath);
+      if (bytes.empty() || clip.ExtractedPosition.value() < 1 ||
+          std::int64_t{clip.ExtractedPosition.value()} - 1 + clip.ExtractedSize.value() >
+              file->length()) {
+        throw RuntimeError::of(toolkit::ErrorNumber::InputPastEndOfFile);
+      }
+      file->readAt(std::int64_t{clip.ExtractedPosition.value()} - 1, bytes);
     }
-    file->readAt(std::int64_t{clip.ExtractedPosition.value()} - 1, bytes);
   } catch (const RuntimeError& e) {
     throw ExportFailure(failureText(
         destination,
@@ -112,7 +118,7 @@ void ExportHgvClip(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
   ExportHgvRun(clip, files, destination, range);
 }
 
-void ExportHgvRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
+void ExportHgvRun(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
                   const std::string& destination, const ExportRange& range) {
   writeReplacing(files, destination, clip.ClipPath, [&](toolkit::WritableFile& out) {
     clip::ClipLayout layout;
@@ -137,9 +143,9 @@ int TOWMV(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::strin
   return 0;
 }
 
-void ExportVideoRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
-                    const std::string& source, const std::string& target, const ExportRange& range,
-                    std::int32_t width, std::int32_t height, toolkit::VideoFormat format) {
+void ExportVideoRun(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::string& source,
+                    const std::string& target, const ExportRange& range, std::int32_t width,
+                    std::int32_t height, toolkit::VideoFormat format) {
   const std::int32_t first = range.first, count = range.count;
   if (static_cast<std::int64_t>(width) * height > toolkit::kMaxPicturePixels || width < 2 ||
       height < 2) {

@@ -39,7 +39,7 @@ void ExportHgvClip(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
                    const std::string& destination, std::int32_t length);
 
 // The frames of `range` as a clip of the same format, picture size and frame rate.
-void ExportHgvRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
+void ExportHgvRun(clip::SeparateMJPG& clip, toolkit::FileSystem& files,
                   const std::string& destination, const ExportRange& range);
 
 // The frames [first, first + count) of the open clip `source` as a WMV video of the clip's
@@ -51,9 +51,9 @@ int TOWMV(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::strin
 
 // The frames of `range` of the open clip `source` as a video of `format`, of the clip's picture
 // size (rounded down to even) and frame rate.
-void ExportVideoRun(const clip::SeparateMJPG& clip, toolkit::FileSystem& files,
-                    const std::string& source, const std::string& target, const ExportRange& range,
-                    std::int32_t width, std::int32_t height, toolkit::VideoFormat format);
+void ExportVideoRun(clip::SeparateMJPG& clip, toolkit::FileSystem& files, const std::string& source,
+                    const std::string& target, const ExportRange& range, std::int32_t width,
+                    std::int32_t height, toolkit::VideoFormat format);
 
 // The open clip's time per frame in microseconds: its dwMicroSecPerFrame, or a tenth of a second
 // where that is 0.

@@ -36,6 +36,8 @@ void FrameDecoder::decode(clip::Frame& frame, int cellSize) {
 void FrameDecoder::decodeAsScratch(clip::Frame& frame, std::span<const std::uint8_t> tempJpg,
                                    int cellSize) {
   decode(frame, cellSize);
+  // A video's picture is the decoder's, never anything "Temp.jpg" holds.
+  if (frame.fromVideo) return;
   const bool tailCounts = !frame.clean && tempJpg.size() > frame.jpeg.size();
   if (!tailCounts || frame.withTail) return;
   decodeBytes(frame, tempJpg, cellSize);

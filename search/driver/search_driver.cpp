@@ -218,7 +218,11 @@ void SearchDriver::decodeAhead(Direction direction) {
 void SearchDriver::analyse(const clip::FramePtr& frame) {
   clip::ScratchFiles& scratch = m_session.SeparateMJPG.scratch();
   const int cellSize = std::max(0, static_cast<int>(m_fields.SearchCellSize.value()));
-  if (frame) m_decoder.decodeAsScratch(*frame, scratch.jpegFile(), cellSize);
+  // A video's frame takes nothing from "Temp.jpg", whose JPEG of it is made only when written.
+  if (frame) {
+    m_decoder.decodeAsScratch(
+        *frame, frame->fromVideo ? std::span<const std::uint8_t>() : scratch.jpegFile(), cellSize);
+  }
   const AnalyseBMP::Result result = m_state.AnalyseBMP.AnalyseFrame(
       frame, m_fields.SearchCellSize, m_state.SearchPhaseA, m_state.SearchPhaseB);
   scratch.putBitmap(frame);

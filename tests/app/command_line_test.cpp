@@ -68,7 +68,8 @@ TEST(CommandLineTest, HgvtoolsSynopsesWrapUnderTheirFirstArgument) {
             "hgvtool scan CLIP_OR_FOLDER... [--area L,T,R,B] [--sensitivity TEXT] [--jobs N]\n"
             "                    [--merge-gap D] [--min-event D] [--before D] [--after D]\n"
             "                    [--out DIR [--clips hgv|wmv|mp4] [--resume]] [--shard K/N] "
-            "[--json]");
+            "[--json]\n"
+            "                    [--ext LIST]");
   EXPECT_EQ(diffSynopsis(7),
             "hgvtool diff [--json] [--sensitivity TEXT] [--threshold T] (CLIP N | A.jpg B.jpg)");
 }

@@ -42,8 +42,8 @@ TEST_F(ScratchFilesTest, AHeldRunLeavesWhatWritingEachFrameLeaves) {
   ScratchFiles each(eachFs, "/p");
   scratch.hold();
   for (const Bytes& jpeg : frames) {
-    each.putJpeg(*frame(jpeg));
-    scratch.putJpeg(*frame(jpeg));
+    each.putJpeg(frame(jpeg));
+    scratch.putJpeg(frame(jpeg));
     EXPECT_EQ(Bytes(scratch.jpegFile().begin(), scratch.jpegFile().end()),
               eachFs.files.at("/p/Temp.jpg"))
         << "what the file holds is known before it is written";
@@ -60,7 +60,7 @@ TEST_F(ScratchFilesTest, AHeldRunLeavesWhatWritingEachFrameLeaves) {
 
 TEST_F(ScratchFilesTest, AStaleTempJpgOfAnEarlierRunLendsItsTail) {
   fs.files["/p/Temp.jpg"] = bytes(500, 200);
-  scratch.putJpeg(*frame(bytes(100, 0)));
+  scratch.putJpeg(frame(bytes(100, 0)));
   Bytes want = bytes(500, 200);
   std::copy_n(bytes(100, 0).begin(), 100, want.begin());
   EXPECT_EQ(file("Temp.jpg"), want);
@@ -68,7 +68,7 @@ TEST_F(ScratchFilesTest, AStaleTempJpgOfAnEarlierRunLendsItsTail) {
 
   // The cleanup deletes it: the next run of frames starts from nothing.
   scratch.remove("/p/Temp.jpg");
-  scratch.putJpeg(*frame(bytes(10, 3)));
+  scratch.putJpeg(frame(bytes(10, 3)));
   EXPECT_EQ(file("Temp.jpg"), bytes(10, 3));
 }
 
@@ -114,8 +114,8 @@ TEST_F(ScratchFilesTest, TheMarkedPictureIsMadeOnlyWhenItIsWritten) {
 
 TEST_F(ScratchFilesTest, WithoutFilesNothingIsWrittenButTempJpgIsFollowed) {
   scratch.setMode(ScratchFiles::Mode::Memory);
-  scratch.putJpeg(*frame(bytes(300, 1)));
-  scratch.putJpeg(*frame(bytes(100, 50)));
+  scratch.putJpeg(frame(bytes(300, 1)));
+  scratch.putJpeg(frame(bytes(100, 50)));
   scratch.putBitmap(frame(bytes(10, 0), bytes(60, 1)));
   scratch.putMarked([] { return bytes(64, 1); });
   EXPECT_TRUE(fs.files.empty());
@@ -125,10 +125,10 @@ TEST_F(ScratchFilesTest, WithoutFilesNothingIsWrittenButTempJpgIsFollowed) {
 }
 
 TEST_F(ScratchFilesTest, AFailedWriteRaisesItsErrorAndChangesNothingKnown) {
-  scratch.putJpeg(*frame(bytes(100, 1)));
+  scratch.putJpeg(frame(bytes(100, 1)));
   fs.failWrites = toolkit::ErrorNumber::PathNotFound;
   try {
-    scratch.putJpeg(*frame(bytes(200, 5)));
+    scratch.putJpeg(frame(bytes(200, 5)));
     FAIL() << "no error";
   } catch (const toolkit::RuntimeError& e) {
     EXPECT_EQ(e.number(), 76);
@@ -137,7 +137,7 @@ TEST_F(ScratchFilesTest, AFailedWriteRaisesItsErrorAndChangesNothingKnown) {
 
   // Held back, the error comes at the flush, after the other files are seen to.
   scratch.hold();
-  scratch.putJpeg(*frame(bytes(50, 9)));
+  scratch.putJpeg(frame(bytes(50, 9)));
   scratch.putBitmap(frame(bytes(10, 0), bytes(60, 1)));
   EXPECT_THROW(scratch.flush(), toolkit::RuntimeError);
   EXPECT_FALSE(scratch.held());

@@ -33,7 +33,8 @@ done
 
 desktop="$share/applications/$id.desktop"
 grep -qx 'Exec=harrowglen %f' "$desktop" || fail "the launcher does not take a file"
-grep -qx 'MimeType=video/x-harrowglen-hgv;' "$desktop" || fail "the launcher names no clip type"
+grep -q '^MimeType=video/x-harrowglen-hgv;' "$desktop" || fail "the launcher names no clip type"
+grep -q '^MimeType=.*;video/mp4;' "$desktop" || fail "the launcher offers no camera video"
 if has desktop-file-validate; then
   desktop-file-validate "$desktop" || fail "desktop-file-validate"
 fi

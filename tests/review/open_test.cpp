@@ -24,10 +24,17 @@ TEST_F(OpenTest, TheDialogAsksForClipsWithTheFilterOfTheProgram) {
   ASSERT_EQ(m_host.dialogs.requests().size(), 1u);
   const auto& request = m_host.dialogs.requests()[0];
   EXPECT_EQ(request.kind, toolkit::FileDialogRequest::Kind::Open);
-  EXPECT_EQ(request.filter, "Tessmoor HGV File(*.HGV) | *.HGV");
+  EXPECT_EQ(
+      request.filter,
+      "Tessmoor HGV File(*.HGV) | *.HGV | Camera videos | "
+      "*.mp4;*.m4v;*.mov;*.avi;*.mkv;*.mts;*.m2ts;*.ts;*.wmv;*.asf;*.3gp;*.webm | All files | *");
   EXPECT_EQ(request.filterIndex, 1);
   EXPECT_EQ(request.fileName, "");
-  EXPECT_EQ(toolkit::qtNameFilters(request.filter), "Tessmoor HGV File(*.HGV) (*.HGV *.hgv)");
+  const std::string filters = toolkit::qtNameFilters(request.filter);
+  EXPECT_EQ(filters.substr(0, filters.find(";;")), "Tessmoor HGV File(*.HGV) (*.HGV *.hgv)")
+      << "clips come first";
+  EXPECT_NE(filters.find(";;Camera videos (*.mp4 *.MP4 *.m4v"), std::string::npos) << filters;
+  EXPECT_EQ(filters.substr(filters.rfind(";;")), ";;All files (*)");
   EXPECT_EQ(form().dlgOpenAVI->MaxFileSize, 1000);
 }
 

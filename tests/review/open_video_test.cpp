@@ -1,0 +1,91 @@
+// Opening a camera's video with the folder button: it shows, steps and plays as a clip does, and
+// a file that is not a video leaves the window as it was.
+
+#include <filesystem>
+#include <string>
+
+#include "tests/review/running_program.h"
+#include "tests/support/video_maker.h"
+#include "tests/support/window_fixture.h"
+#include "toolkit/core/image.h"
+#include "toolkit/widgets/testing.h"
+
+namespace {
+
+using toolkit::Integer;
+using toolkit::kTrue;
+
+class OpenVideoTest : public testing_support::WindowFixture {
+ protected:
+  void SetUp() override { testing_support::quietLibav(); }
+
+  std::string h264(const std::string& name, int frames) {
+    testing_support::VideoRecipe recipe;
+    recipe.width = 320;
+    recipe.height = 240;
+    recipe.frames = frames;
+    recipe.gop = 6;
+    const std::string path = file(name);
+    testing_support::makeVideo(path, recipe);
+    return path;
+  }
+};
+
+TEST_F(OpenVideoTest, AnH264VideoOpensStepsBothWaysAndKeepsItsPictureJpegInTempJpg) {
+  start();
+  const std::string path = h264("yard.mp4", 20);
+  open(path);
+  ASSERT_TRUE(boxes().empty()) << boxes()[0].text;
+  window::Form1& f = form();
+  EXPECT_EQ(state().ClipOpen, kTrue);
+  EXPECT_EQ(state().TotalFrames, Integer(20));
+  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(f.lblImageID->Caption(), "1");
+
+  // The JPEG "Temp.jpg" holds is what a clip exported from the video would hold for the frame.
+  for (int step = 0; step < 8; ++step) f.imgRightStep_Click();
+  EXPECT_EQ(state().CurrentFrame, Integer(8));
+  const std::vector<std::uint8_t> eighth = clipModule().frameJpeg(8);
+  // The file is never shortened: a longer frame before it leaves its tail behind.
+  EXPECT_TRUE(testing_support::startsWith(testing_support::readBytes(scratch()), eighth));
+  const QImage atEight = visibleView();
+  for (int step = 0; step < 3; ++step) f.imgLeftStep_Click();
+  EXPECT_EQ(state().CurrentFrame, Integer(5));
+  EXPECT_EQ(f.lblImageID->Caption(), "6");
+  for (int step = 0; step < 3; ++step) f.imgRightStep_Click();
+  EXPECT_EQ(visibleView(), atEight) << "the same frame shows the same picture either way";
+}
+
+TEST_F(OpenVideoTest, AFileThatIsNoVideoGetsOneBoxAndTheClipStaysOpen) {
+  start();
+  const std::string good = makeClip("good.HGV", 4);
+  open(good);
+  form().imgRightStep_Click();
+  const QImage before = visibleView();
+  const std::string notes = file("notes.mp4");
+  testing_support::writeBytes(notes, {'n', 'o', 't', ' ', 'a', ' ', 'v', 'i', 'd', 'e', 'o'});
+  const std::string cut = file("cut.mp4");
+  {
+    const std::string whole = h264("whole.mp4", 12);
+    std::vector<std::uint8_t> bytes = testing_support::readBytes(whole);
+    bytes.resize(bytes.size() / 3);
+    testing_support::writeBytes(cut, bytes);
+  }
+  for (const std::string& bad : {notes, cut}) {
+    m_host.messages.clear();
+    open(bad);
+    ASSERT_EQ(boxes().size(), 1u) << bad;
+    EXPECT_EQ(boxes()[0].text.rfind(
+                  std::filesystem::path(bad).filename().string() + " cannot be opened: ", 0),
+              0u)
+        << boxes()[0].text;
+    EXPECT_EQ(state().ClipOpen, kTrue);
+    EXPECT_EQ(state().ClipFileName, good);
+    EXPECT_EQ(state().CurrentFrame, Integer(1));
+    EXPECT_EQ(visibleView(), before);
+  }
+  form().imgRightStep_Click();
+  EXPECT_EQ(state().CurrentFrame, Integer(2)) << "the clip still steps";
+}
+
+}  // namespace

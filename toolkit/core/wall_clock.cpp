@@ -1,0 +1,23 @@
+#include "toolkit/core/wall_clock.h"
+
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+
+namespace toolkit {
+
+std::string isoLocalTime(double unixSeconds) {
+  const auto seconds = static_cast<std::time_t>(std::floor(unixSeconds));
+  std::tm local{};
+  if (!std::isfinite(unixSeconds) || !::localtime_r(&seconds, &local)) return {};
+  char text[40];
+  if (std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &local) == 0) return {};
+  const long offset = local.tm_gmtoff;
+  const long minutes = (offset < 0 ? -offset : offset) / 60;
+  char zone[48];
+  std::snprintf(zone, sizeof zone, "%c%02ld:%02ld", offset < 0 ? '-' : '+', minutes / 60,
+                minutes % 60);
+  return std::string(text) + zone;
+}
+
+}  // namespace toolkit
