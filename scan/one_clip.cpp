@@ -15,6 +15,7 @@
 #include "search/driver/tool_search.h"
 #include "toolkit/core/image.h"
 #include "toolkit/core/runtime_error.h"
+#include "video/video_file.h"
 
 namespace scan {
 
@@ -70,8 +71,12 @@ std::string writeThumbnail(ToolSession& tool, const ClipScan& scan, const Event&
                                  [&](const MotionFrame& m) { return m.frame == event.peakFrame; });
   clip::SeparateMJPG& clip = tool.session().SeparateMJPG;
   std::vector<std::uint8_t> jpeg;
-  clip::readFrameBytes(*tool.platform().files.openRead(scan.clip), clip.placeOf(event.peakFrame),
-                       jpeg);
+  if (clip.videoFacts()) {
+    jpeg = clip.frameJpeg(event.peakFrame);
+  } else {
+    clip::readFrameBytes(*tool.platform().files.openRead(scan.clip),
+                         clip.placeOf(event.peakFrame), jpeg);
+  }
   toolkit::Size full;
   const std::optional<toolkit::RgbImage> picture =
       toolkit::decodeJpegCovering(jpeg, kThumbnailWidth, std::numeric_limits<int>::max(), full);
@@ -88,7 +93,7 @@ std::string writeThumbnail(ToolSession& tool, const ClipScan& scan, const Event&
 // The event's padded run as a clip of its own, through the exports the Save dialog uses.
 std::string exportEvent(ToolSession& tool, const ClipScan& scan, const Event& event,
                         const ScanOptions& options) {
-  const clip::SeparateMJPG& clip = tool.session().SeparateMJPG;
+  clip::SeparateMJPG& clip = tool.session().SeparateMJPG;
   const exporting::ExportRange run{event.clipFrom, event.clipTo - event.clipFrom + 1};
   toolkit::FileSystem& files = *options.outFiles;
   std::string name;
@@ -212,6 +217,7 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
   // one that kept them would grow with every frame that fails.
   std::ostream quiet(nullptr);
   ToolSession tool(quiet);
+  tool.session().SeparateMJPG.VideoThreads = options.threads;
   scan.opened = tool.openClip(path);
   tool.gatherBoxesByFrame();
   // The results are all the scan wants: no scratch file is written while it searches.
@@ -222,6 +228,12 @@ ClipScan scanClip(const std::string& path, const ScanOptions& options, ScanProgr
     if (progress) progress->totalFrames = scan.totalFrames;
     try {
       scan.microSecPerFrame = exporting::clipMicroSecPerFrame(tool.session().SeparateMJPG);
+      const video::VideoFacts* video = tool.session().SeparateMJPG.videoFacts();
+      if (scan.stamp.size >= 0) {
+        scan.recordingStart =
+            recordingStart(video ? video->creationTime : std::nullopt, scan.stamp.mtimeNs,
+                           scan.totalFrames, scan.microSecPerFrame);
+      }
       searchMotion(tool, options, scan, progress);
       scan.interrupted = options.cancelled && options.cancelled();
       scan.events = groupEvents(scan.motion, options.rules, scan.frameSeconds(), scan.totalFrames);

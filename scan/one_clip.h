@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "scan/events.h"
+#include "scan/recording_start.h"
 #include "search/driver/tool_session.h"
 #include "toolkit/core/file_system.h"
 #include "toolkit/core/message_box.h"
@@ -67,6 +68,8 @@ struct ClipScan {
   bool broke = false;  // a search ended with an error before the end of the run
   int totalFrames = 0;
   std::uint32_t microSecPerFrame = 0;  // as the main header gives it
+  // When the footage began by the wall clock; none for a clip not opened, or without a time.
+  std::optional<RecordingStart> recordingStart;
   std::vector<search::ScanBox> boxes;
   std::vector<MotionFrame> motion;
   std::vector<Event> events;

@@ -17,6 +17,10 @@ std::string recordLine(const ClipScan& scan) {
   line["dwMicroSecPerFrame"] = scan.microSecPerFrame;
   line["size"] = scan.stamp.size;
   line["mtime_ns"] = scan.stamp.mtimeNs;
+  if (scan.recordingStart) {
+    line["recording_start_ns"] = scan.recordingStart->unixNs;
+    line["wall_clock"] = wallClockName(scan.recordingStart->source);
+  }
   // To the millisecond: how long a scan took is a figure for people, not for the report's times.
   line["scan_s"] = std::round(scan.scanSeconds * 1000) / 1000;
   return jsonText(line);
@@ -136,6 +140,17 @@ Event eventOf(const Json& e, int number, int totalFrames) {
   return event;
 }
 
+// The clip's recording start; none in a line written before the scan kept one.
+std::optional<RecordingStart> recordingStartOf(const Json& line, bool opened) {
+  const bool start = line.contains("recording_start_ns");
+  if (start != line.contains("wall_clock")) throw Damaged{};
+  if (!start) return std::nullopt;
+  const std::optional<WallClock> source = wallClockOf(text(member(line, "wall_clock")));
+  if (!source || !opened) throw Damaged{};
+  return RecordingStart{whole(member(line, "recording_start_ns"), kEarliestStartNs, kLatestStartNs),
+                        *source};
+}
+
 ClipScan scanOf(const Json& line) {
   for (const char* key : {"clip", "opened", "ended", "TotalFrames", "boxes", "motion", "events",
                           "dwMicroSecPerFrame", "size", "mtime_ns"}) {
@@ -157,6 +172,7 @@ ClipScan scanOf(const Json& line) {
   scan.stamp = {whole(member(line, "size"), -1, std::numeric_limits<std::int64_t>::max()),
                 whole(member(line, "mtime_ns"), std::numeric_limits<std::int64_t>::min(),
                       std::numeric_limits<std::int64_t>::max())};
+  scan.recordingStart = recordingStartOf(line, scan.opened);
   if (line.contains("scan_s")) {
     const Json& took = member(line, "scan_s");
     if (!took.is_number() || !(took.get<double>() >= 0) || took.get<double>() > kMostScanSeconds) {

@@ -2,8 +2,9 @@
 
 // A clip's scan as one line of DIR/scan.jsonl: the object events.json holds for the clip, and
 // beside it what a later run needs to take the line for the clip again: the clip file's size and
-// modification time (a changed clip is scanned anew), its frame duration (every time of the
-// report comes back from the line alone) and how long its scan took.
+// modification time (a changed clip is scanned anew), its frame duration and recording start
+// (every time of the report comes back from the line alone) and how long its scan took. A line
+// without a recording start, as older scans wrote them, gives a clip without one.
 
 #include <cstdint>
 #include <optional>

@@ -55,15 +55,20 @@ std::string hexOf(const std::string& bytes) {
   return out;
 }
 
-Json nullable(const std::string& name) { return name.empty() ? Json() : textJson(name); }
+Json nullable(const std::string& text) { return text.empty() ? Json() : textJson(text); }
 
-Json eventValue(const Event& e, double fd) {
+Json eventValue(const ClipScan& scan, const Event& e) {
+  const double fd = scan.frameSeconds();
   return {{"number", e.number},
           {"start_frame", e.startFrame},
           {"end_frame", e.endFrame},
           {"start_s", secondsJson(e.startSeconds(fd))},
           {"end_s", secondsJson(e.endSeconds(fd))},
           {"duration_s", secondsJson(e.durationSeconds(fd))},
+          {"wall_start", nullable(wallStart(scan, e))},
+          {"wall_end", nullable(wallEnd(scan, e))},
+          {"wall_clock",
+           scan.recordingStart ? Json(wallClockName(scan.recordingStart->source)) : Json()},
           {"motion_frames", e.motionFrames},
           {"peak_frame", e.peakFrame},
           {"peak_cells", e.peakCells},
@@ -85,6 +90,17 @@ std::string secondsText(double s) {
   return out;
 }
 
+std::string wallStart(const ClipScan& scan, const Event& e) {
+  return scan.recordingStart ? wallTime(*scan.recordingStart, e.startFrame, scan.microSecPerFrame)
+                             : std::string();
+}
+
+std::string wallEnd(const ClipScan& scan, const Event& e) {
+  return scan.recordingStart
+             ? wallTime(*scan.recordingStart, e.endFrame + 1LL, scan.microSecPerFrame)
+             : std::string();
+}
+
 std::string clipFileName(const std::string& path) {
   const std::string name = std::filesystem::path(path).filename().string();
   return name.empty() ? path : name;
@@ -93,7 +109,7 @@ std::string clipFileName(const std::string& path) {
 std::string scanCsv(const std::vector<ClipScan>& scans) {
   std::string out =
       "clip,event,start,end,duration_s,start_frame,end_frame,start_s,end_s,motion_frames,"
-      "peak_frame,peak_cells,box,thumbnail,exported\r\n";
+      "peak_frame,peak_cells,box,thumbnail,exported,wall_start,wall_end\r\n";
   for (const ClipScan& scan : scans) {
     const double fd = scan.frameSeconds();
     for (const Event& e : scan.events) {
@@ -104,7 +120,8 @@ std::string scanCsv(const std::vector<ClipScan>& scans) {
              std::to_string(e.motionFrames) + "," + std::to_string(e.peakFrame) + "," +
              std::to_string(e.peakCells) + "," + std::to_string(e.box[0]) + " " +
              std::to_string(e.box[1]) + " " + std::to_string(e.box[2]) + " " +
-             std::to_string(e.box[3]) + "," + csv(e.thumbnail) + "," + csv(e.exported) + "\r\n";
+             std::to_string(e.box[3]) + "," + csv(e.thumbnail) + "," + csv(e.exported) + "," +
+             csv(wallStart(scan, e)) + "," + csv(wallEnd(scan, e)) + "\r\n";
     }
   }
   return out;
@@ -130,14 +147,21 @@ void printScanText(const ClipScan& scan, std::ostream& out) {
   if (!scan.boxes.empty()) out << "\n  " << terminalText(scanMessage(scan));
   out << "\n";
   if (scan.events.empty()) return;
-  out << "  event  start         end           duration\n";
+  out << "  event  start         end           duration";
+  if (scan.recordingStart) {
+    out << (scan.recordingStart->source == WallClock::Recorded ? "   wall clock (creation time)"
+                                                               : "   wall clock (file time)");
+  }
+  out << "\n";
   const double fd = scan.frameSeconds();
   for (const Event& e : scan.events) {
     char line[128];
-    std::snprintf(line, sizeof line, "  %5d  %s  %s  %7.2f s\n", e.number,
+    std::snprintf(line, sizeof line, "  %5d  %s  %s  %7.2f s", e.number,
                   clockTime(e.startSeconds(fd)).c_str(), clockTime(e.endSeconds(fd)).c_str(),
                   e.durationSeconds(fd));
     out << line;
+    if (scan.recordingStart) out << "  " << wallStart(scan, e);
+    out << "\n";
   }
 }
 
@@ -209,7 +233,7 @@ Json scanValue(const ClipScan& scan) {
         {{"frame", m.frame}, {"time_s", secondsJson(m.frame * fd)}, {"marked", corners(m.marked)}});
   }
   Json& events = out["events"] = Json::array();
-  for (const Event& e : scan.events) events.push_back(eventValue(e, fd));
+  for (const Event& e : scan.events) events.push_back(eventValue(scan, e));
   return out;
 }
 

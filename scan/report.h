@@ -33,13 +33,18 @@ bool writeScanReport(toolkit::FileSystem& files, const std::string& folder,
 // "3 clips, 22 events: FOLDER/index.html", the line that ends a scan or a join.
 std::string reportSummary(const std::vector<ClipScan>& scans, const std::string& folder);
 
-// The clip's line and a table of its events: event, start, end, duration.
+// The clip's line and a table of its events: event, start, end, duration and, for a clip with a
+// recording start, the event's start by the wall clock.
 void printScanText(const ClipScan& scan, std::ostream& out);
 
 // A time as HH:MM:SS.mmm.
 std::string clockTime(double seconds);
 // Seconds as a plain decimal, to the microsecond a frame rate is given in.
 std::string secondsText(double seconds);
+// The event's start and end by the wall clock (recording_start.h), "2024-05-01T08:12:33+02:00";
+// empty for a clip without a recording start.
+std::string wallStart(const ClipScan& scan, const Event& e);
+std::string wallEnd(const ClipScan& scan, const Event& e);
 // The clip's file name without its folders; the path itself when it has none.
 std::string clipFileName(const std::string& path);
 

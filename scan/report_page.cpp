@@ -50,6 +50,20 @@ std::string html(const std::string& s) {
   return out;
 }
 
+// "2024-05-01T08:12:33+02:00" as a person reads it, "2024-05-01 08:12:33 +02:00", in a <time>
+// that keeps the exact value for a script; nothing for a time not known.
+std::string dayTime(const std::string& iso) {
+  if (iso.empty()) return {};
+  std::string shown = iso;
+  const std::size_t t = shown.find('T');
+  if (t != std::string::npos) {
+    shown[t] = ' ';
+    const std::size_t zone = shown.find_first_of("+-", t);
+    if (zone != std::string::npos) shown.insert(zone, " ");
+  }
+  return "<time datetime=\"" + html(iso) + "\">" + html(shown) + "</time>";
+}
+
 constexpr const char* kStyle = R"(
 body { font: 14px/1.45 system-ui, sans-serif; margin: 24px auto; max-width: 1100px; padding: 0 16px;
        color: #1d2329; background: #f4f5f2; }
@@ -123,6 +137,8 @@ std::string eventCard(const ClipScan& scan, const Event& e) {
          (e.motionFrames == 1 ? " motion frame" : " motion frames") + ", frames " +
          std::to_string(e.startFrame + 1) + "&ndash;" + std::to_string(e.endFrame + 1);
   if (exported) out += " &middot; <a href=\"" + html(e.exported) + "\">clip</a>";
+  const std::string wall = dayTime(wallStart(scan, e));
+  if (!wall.empty()) out += "<br>" + wall;
   return out + "</figcaption></figure>";
 }
 
@@ -133,8 +149,13 @@ std::string clipSection(const ClipScan& scan) {
   std::snprintf(rate, sizeof rate, "%.4g frames/s", 1.0 / scan.frameSeconds());
   out += "<p class=\"meta\">" + std::to_string(scan.totalFrames) + " frames &middot; " +
          clock(scan.durationSeconds()) + " &middot; " + rate + " &middot; " +
-         std::to_string(scan.events.size()) + (scan.events.size() == 1 ? " event" : " events") +
-         "</p>";
+         std::to_string(scan.events.size()) + (scan.events.size() == 1 ? " event" : " events");
+  if (scan.recordingStart) {
+    const bool recorded = scan.recordingStart->source == WallClock::Recorded;
+    out += " &middot; began " + dayTime(wallTime(*scan.recordingStart, 0, scan.microSecPerFrame)) +
+           (recorded ? " (creation time)" : " (file time)");
+  }
+  out += "</p>";
   out += activityStrip(scan);
   out += "<div class=\"axis\"><span>0:00.00</span><span>" + clock(scan.durationSeconds()) +
          "</span></div>";
@@ -200,7 +221,8 @@ std::string scanHtml(const std::vector<ClipScan>& scans) {
   out +=
       "<p class=\"note\">Times are from the start of each clip; frames are numbered as the window "
       "shows them, from 1. An event runs from its first to its last frame with motion in the "
-      "search area.</p>\n</body>\n</html>\n";
+      "search area. Dates and times are this machine's local time: from a video's creation time, "
+      "else from the file's modification time less the clip's length.</p>\n</body>\n</html>\n";
   return out;
 }
 

@@ -135,7 +135,9 @@ TEST_F(HgvtoolScanTest, AFolderIsScannedClipByClipIntoEventsOfTheMotionSearchAll
   EXPECT_EQ(scan.status, 1) << "a clip was refused";
   EXPECT_NE(scan.out.find("\n5 clips, "), std::string::npos) << scan.out;
   EXPECT_NE(scan.out.find(" events: " + out + "/index.html\n"), std::string::npos);
-  EXPECT_NE(scan.out.find("  event  start         end           duration\n"), std::string::npos);
+  EXPECT_NE(
+      scan.out.find("  event  start         end           duration   wall clock (file time)\n"),
+      std::string::npos);
 
   const std::vector<std::string> clips = {folder + "/100/b.hgv", folder + "/a.HGV",
                                           folder + "/b-cut.HGV", folder + "/c-broken.HGV",

@@ -96,6 +96,10 @@ TEST(JsonReaderTest, WrittenStringsAreUtf8AndOrdinaryOnesAreAsBefore) {
   EXPECT_EQ(validUtf8("\xe2\x82x"), "\xef\xbf\xbd\xef\xbf\xbdx");
 }
 
+// The clip's recording start as the record writes it.
+const std::string kStart =
+    "\"recording_start_ns\": 1714543959650000000, \"wall_clock\": \"modified\"";
+
 class ScanRecordTest : public ::testing::Test {
  protected:
   ScanRecordTest() {
@@ -122,6 +126,7 @@ class ScanRecordTest : public ::testing::Test {
     e.exported = eventFileName(scan.clip, 1, ".hgv");
     scan.events = {e};
     scan.scanSeconds = 1.5;
+    scan.recordingStart = RecordingStart{1714543959650000000, WallClock::Modified};
   }
 
   // The record's line with `from` replaced by `to`; `from` must be there.
@@ -152,6 +157,7 @@ TEST_F(ScanRecordTest, AWrittenRecordReadsBackAsItself) {
   EXPECT_EQ(recordLine(*back), line);
   EXPECT_EQ(back->boxes, scan.boxes);
   EXPECT_EQ(back->stamp, scan.stamp);
+  EXPECT_EQ(back->recordingStart, scan.recordingStart);
   EXPECT_EQ(back->events.at(0).exported, scan.events[0].exported);
   EXPECT_TRUE(back->refused.empty());
 }
@@ -190,8 +196,36 @@ TEST_F(ScanRecordTest, NumbersOutsideTheirFieldsMakeTheLineDamaged) {
       {"\"ended\": \"end_of_run\"", "\"ended\": \"finished\""},
       {"\"clip\": \"/footage/front.HGV\"", "\"clip\": \"\""},
       {"\"clip\": \"/footage/front.HGV\"", "\"clip\": \"/footage/a\\u0000.HGV\""},
+      {kStart, "\"recording_start_ns\": 1714543959650000000, \"wall_clock\": \"guessed\""},
+      {kStart, "\"recording_start_ns\": 1714543959650000000, \"wall_clock\": null"},
+      {kStart, "\"recording_start_ns\": 1714543959650000000"},
+      {kStart, "\"wall_clock\": \"modified\""},
+      {kStart, "\"recording_start_ns\": 1714543959650000000.5, \"wall_clock\": \"modified\""},
+      {kStart, "\"recording_start_ns\": 9000000000000000000, \"wall_clock\": \"modified\""},
+      {kStart, "\"recording_start_ns\": -2208988800000000001, \"wall_clock\": \"modified\""},
   };
   for (const auto& [from, to] : edits) EXPECT_FALSE(read(edited(from, to)).has_value()) << to;
+}
+
+TEST_F(ScanRecordTest, ALineWithoutARecordingStartGivesEventsWithoutWallTimes) {
+  const auto old = read(edited(", " + kStart, ""));
+  ASSERT_TRUE(old.has_value());
+  EXPECT_FALSE(old->recordingStart.has_value());
+  EXPECT_NE(scanJson(*old).find("\"duration_s\": 0.3, \"wall_start\": null, \"wall_end\": null, "
+                                "\"wall_clock\": null, \"motion_frames\": 3"),
+            std::string::npos);
+  const std::string csv = scanCsv({*old});
+  EXPECT_EQ(csv.substr(csv.size() - 8), ".hgv,,\r\n");
+  std::ostringstream table;
+  printScanText(*old, table);
+  EXPECT_EQ(
+      table.str(),
+      "/footage/front.HGV: 20 frames, 1 event\n  It is not BMP file. (frames 4-8, 11) | once\n"
+      "  event  start         end           duration\n"
+      "      1  00:00:00.400  00:00:00.700     0.30 s\n");
+  ClipScan notOpened = refusedRecord(scan.clip, "why");
+  notOpened.recordingStart = scan.recordingStart;
+  EXPECT_FALSE(read(recordLine(notOpened)).has_value()) << "a clip not opened began at no time";
 }
 
 TEST_F(ScanRecordTest, NamesOtherThanTheScansOwnAreRefusedWithTheirReason) {
