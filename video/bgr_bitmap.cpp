@@ -1,7 +1,10 @@
 #include "video/bgr_bitmap.h"
 
 #include <cstring>
-#include <vector>
+
+extern "C" {
+#include <libavutil/opt.h>
+}
 
 #include "toolkit/core/bmp_header.h"
 #include "toolkit/core/image.h"
@@ -19,19 +22,33 @@ constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_BITEXACT | SWS_FULL_
 
 BgrBitmaps::~BgrBitmaps() { sws_freeContext(m_sws); }
 
-VideoFrame BgrBitmaps::make(std::int64_t index, const AVFrame& picture) {
-  const int width = picture.width, height = picture.height;
-  if (width <= 0 || height <= 0 ||
-      static_cast<std::int64_t>(width) * height > toolkit::kMaxPicturePixels) {
-    refuse(index, "a picture of " + std::to_string(width) + " x " + std::to_string(height));
+// As the scale filter makes its converter: set by options, then initialised.
+SwsContext* BgrBitmaps::converter(int width, int height, int format) {
+  if (m_sws && width == m_width && height == m_height && format == m_format) return m_sws;
+  sws_freeContext(m_sws);
+  m_sws = sws_alloc_context();
+  if (!m_sws) return nullptr;
+  av_opt_set_int(m_sws, "srcw", width, 0);
+  av_opt_set_int(m_sws, "srch", height, 0);
+  av_opt_set_int(m_sws, "src_format", format, 0);
+  av_opt_set_int(m_sws, "dstw", width, 0);
+  av_opt_set_int(m_sws, "dsth", height, 0);
+  av_opt_set_int(m_sws, "dst_format", AV_PIX_FMT_BGR24, 0);
+  av_opt_set_int(m_sws, "sws_flags", kFlags, 0);
+  av_opt_set_int(m_sws, "threads", m_threads, 0);
+  if (sws_init_context(m_sws, nullptr, nullptr) < 0) {
+    sws_freeContext(m_sws);
+    m_sws = nullptr;
   }
-  const auto format = static_cast<AVPixelFormat>(picture.format);
-  m_sws = sws_getCachedContext(m_sws, width, height, format, width, height, AV_PIX_FMT_BGR24,
-                               kFlags, nullptr, nullptr, nullptr);
-  if (!m_sws) refuse(index, "its pixel format cannot be converted");
+  m_width = width;
+  m_height = height;
+  m_format = format;
+  return m_sws;
+}
 
-  // As the scale filter does for every frame: the matrix from the frame, the range from the
-  // frame where it names one.
+// As the scale filter does for every frame: the matrix from the frame, the range from the frame
+// where it names one.
+void BgrBitmaps::takeColours(const AVFrame& picture) {
   int *inverse = nullptr, *table = nullptr;
   int sourceFull = 0, targetFull = 0, brightness = 0, contrast = 0, saturation = 0;
   sws_getColorspaceDetails(m_sws, &inverse, &sourceFull, &table, &targetFull, &brightness,
@@ -42,12 +59,20 @@ VideoFrame BgrBitmaps::make(std::int64_t index, const AVFrame& picture) {
   }
   sws_setColorspaceDetails(m_sws, coefficients, sourceFull, coefficients, targetFull, brightness,
                            contrast, saturation);
+}
 
-  const std::size_t tightRow = static_cast<std::size_t>(width) * 3;
-  std::vector<std::uint8_t> rows(tightRow * static_cast<std::size_t>(height));
-  std::uint8_t* const targets[4] = {rows.data(), nullptr, nullptr, nullptr};
-  const int strides[4] = {static_cast<int>(tightRow), 0, 0, 0};
-  if (sws_scale(m_sws, picture.data, picture.linesize, 0, height, targets, strides) != height) {
+VideoFrame BgrBitmaps::make(std::int64_t index, const AVFrame& picture) {
+  const int width = picture.width, height = picture.height;
+  if (width <= 0 || height <= 0 ||
+      static_cast<std::int64_t>(width) * height > toolkit::kMaxPicturePixels) {
+    refuse(index, "a picture of " + std::to_string(width) + " x " + std::to_string(height));
+  }
+  if (!converter(width, height, picture.format)) {
+    refuse(index, "its pixel format cannot be converted");
+  }
+  takeColours(picture);
+  FramePtr rows(av_frame_alloc());
+  if (!rows || sws_scale_frame(m_sws, rows.get(), &picture) < 0) {
     refuse(index, "the conversion failed");
   }
 
@@ -59,10 +84,11 @@ VideoFrame BgrBitmaps::make(std::int64_t index, const AVFrame& picture) {
   frame.rowBytes = static_cast<std::size_t>(header.rowBytes());
   frame.bitmap.assign(static_cast<std::size_t>(header.fileBytes()), 0);
   header.write(frame.bitmap.data());
+  const std::size_t tightRow = static_cast<std::size_t>(width) * 3;
   for (int y = 0; y < height; ++y) {
     std::memcpy(frame.bitmap.data() + toolkit::kBmpHeaderBytes +
                     static_cast<std::size_t>(height - 1 - y) * frame.rowBytes,
-                rows.data() + static_cast<std::size_t>(y) * tightRow, tightRow);
+                rows->data[0] + static_cast<std::ptrdiff_t>(y) * rows->linesize[0], tightRow);
   }
   return frame;
 }

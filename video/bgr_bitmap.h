@@ -18,7 +18,8 @@ namespace video {
 
 class BgrBitmaps {
  public:
-  BgrBitmaps() = default;
+  // `threads`: libswscale's, over bands of rows; the bitmaps do not depend on them.
+  explicit BgrBitmaps(int threads) : m_threads(threads) {}
   ~BgrBitmaps();
   BgrBitmaps(const BgrBitmaps&) = delete;
   BgrBitmaps& operator=(const BgrBitmaps&) = delete;
@@ -28,9 +29,16 @@ class BgrBitmaps {
   VideoFrame make(std::int64_t index, const AVFrame& picture);
 
  private:
+  SwsContext* converter(int width, int height, int format);
+  void takeColours(const AVFrame& picture);
+
+  int m_threads;
   // The converter, kept while the pictures keep their size and format. Like the filter's, it
   // keeps the range of the last frame that declared one.
   SwsContext* m_sws = nullptr;
+  int m_width = 0;
+  int m_height = 0;
+  int m_format = -1;
 };
 
 }  // namespace video

@@ -30,6 +30,7 @@ FrameReader::FrameReader(std::unique_ptr<ByteSource> source, const std::string& 
           PacketIndex::build(m_container.format(), m_container.stream(), m_container.fileSize())),
       m_facts(readFacts(m_container.format(), m_container.stream(), m_index.frameCount())),
       m_cache(options.cacheBytes),
+      m_bitmaps(std::clamp(options.threads, 1, kMaxThreads)),
       m_packet(av_packet_alloc()),
       m_picture(av_frame_alloc()) {
   if (!m_packet || !m_picture) throw VideoError("out of memory");
