@@ -59,6 +59,25 @@ int refuseOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**
   return AVERROR(EPERM);
 }
 
+// libavformat decodes a few pictures of each stream to learn their format: not one larger than
+// a picture may be, whatever size the stream claims.
+int findStreamInfo(AVFormatContext* format) {
+  std::vector<AVDictionary*> options(format->nb_streams, nullptr);
+  for (AVDictionary*& o : options) {
+    av_dict_set_int(&o, "max_pixels", toolkit::kMaxPicturePixels, 0);
+  }
+  const int result = avformat_find_stream_info(format, options.data());
+  for (AVDictionary*& o : options) av_dict_free(&o);
+  return result;
+}
+
+void refuseSize(std::int64_t width, std::int64_t height) {
+  if (width * height > toolkit::kMaxPicturePixels) {
+    throw VideoError("the pictures are too large (" + std::to_string(width) + " x " +
+                     std::to_string(height) + ")");
+  }
+}
+
 }  // namespace
 
 std::string avErrorText(int code) {
@@ -155,7 +174,13 @@ void Container::open(const std::string& name) {
   // On failure libavformat frees the context (and nulls our pointer); the I/O context stays ours.
   int result = avformat_open_input(&m_format, name.c_str(), nullptr, &options);
   av_dict_free(&options);
-  if (result >= 0) result = avformat_find_stream_info(m_format, nullptr);
+  if (result >= 0) {
+    for (unsigned i = 0; i < m_format->nb_streams; ++i) {
+      const AVCodecParameters* par = m_format->streams[i]->codecpar;
+      m_claimedSizes.emplace_back(par->width, par->height);
+    }
+    result = findStreamInfo(m_format);
+  }
   if (result < 0) throw VideoError("not a video file (" + avErrorText(result) + ")");
 }
 
@@ -172,11 +197,14 @@ void Container::findVideoStream() {
   }
   if (!m_stream) throw VideoError("no video stream");
   const std::int64_t width = m_stream->codecpar->width, height = m_stream->codecpar->height;
-  if (width <= 0 || height <= 0) throw VideoError("not a video file (no picture size)");
-  if (width * height > toolkit::kMaxPicturePixels) {
-    throw VideoError("the pictures are too large (" + std::to_string(width) + " x " +
-                     std::to_string(height) + ")");
+  // The probe refuses to decode a picture of a size the header claims and leaves no size.
+  const auto index = static_cast<std::size_t>(m_stream->index);
+  if ((width <= 0 || height <= 0) && index < m_claimedSizes.size()) {
+    const auto [claimedWidth, claimedHeight] = m_claimedSizes[index];
+    if (claimedWidth > 0 && claimedHeight > 0) refuseSize(claimedWidth, claimedHeight);
   }
+  if (width <= 0 || height <= 0) throw VideoError("not a video file (no picture size)");
+  refuseSize(width, height);
 }
 
 }  // namespace video

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" {
@@ -58,6 +59,8 @@ class Container {
   AVIOContext* m_io = nullptr;
   AVFormatContext* m_format = nullptr;
   AVStream* m_stream = nullptr;
+  // The picture size of each stream as its header claims it, before the probe decodes any.
+  std::vector<std::pair<std::int64_t, std::int64_t>> m_claimedSizes;
 };
 
 }  // namespace video

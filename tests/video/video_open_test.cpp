@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "tests/video/video_fixture.h"
+#include "toolkit/core/image.h"
 #include "video/video_facts.h"
 
 namespace video {
@@ -42,6 +43,22 @@ std::vector<std::uint8_t> silentWav() {
   return bytes;
 }
 
+// A JPEG whose header claims `width` x `height` over the data of a 16 x 16 picture.
+std::vector<std::uint8_t> claimingJpeg(int width, int height) {
+  const toolkit::RgbImage grey{16, 16, std::vector<std::uint8_t>(16 * 16 * 3, 90)};
+  auto jpeg = toolkit::encodeJpeg(grey, 50);
+  for (std::size_t i = 0; i + 9 < jpeg.size(); ++i) {
+    if (jpeg[i] == 0xFF && jpeg[i + 1] == 0xC0) {
+      jpeg[i + 5] = static_cast<std::uint8_t>(height >> 8);
+      jpeg[i + 6] = static_cast<std::uint8_t>(height);
+      jpeg[i + 7] = static_cast<std::uint8_t>(width >> 8);
+      jpeg[i + 8] = static_cast<std::uint8_t>(width);
+      break;
+    }
+  }
+  return jpeg;
+}
+
 class VideoOpenTest : public VideoTest {};
 
 TEST_F(VideoOpenTest, BadFilesGiveTheirReason) {
@@ -64,6 +81,13 @@ TEST_F(VideoOpenTest, BadFilesGiveTheirReason) {
   EXPECT_EQ(openError(file("text.mp4")), invalid);
   EXPECT_EQ(openError(file("cut.mp4")), invalid);
   EXPECT_EQ(openError(file("sound.wav")), "no video stream");
+}
+
+TEST_F(VideoOpenTest, PicturesLargerThanAPictureMayBeAreRefused) {
+  testing_support::writeJpegVideo(file("huge.avi"), "avi", {claimingJpeg(8192, 4097)}, 8192, 4097);
+  EXPECT_EQ(openError(file("huge.avi")), "the pictures are too large (8192 x 4097)");
+  testing_support::writeJpegVideo(file("big.avi"), "avi", {claimingJpeg(8192, 4096)}, 8192, 4096);
+  EXPECT_EQ(open(file("big.avi"))->facts().width, 8192);
 }
 
 TEST_F(VideoOpenTest, FactsComeFromTheContainer) {
