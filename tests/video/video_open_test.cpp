@@ -83,6 +83,25 @@ TEST_F(VideoOpenTest, BadFilesGiveTheirReason) {
   EXPECT_EQ(openError(file("sound.wav")), "no video stream");
 }
 
+// A file that names others (a playlist, a list to concatenate) is read alone: what it names,
+// a real video beside it, is never opened.
+TEST_F(VideoOpenTest, FilesNamingOtherFilesOpenNothingElse) {
+  const std::string video = make("v.ts", [] {
+    VideoRecipe recipe;
+    recipe.container = "mpegts";
+    return recipe;
+  }());
+  const std::string hls =
+      "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + video + "\n#EXT-X-ENDLIST\n";
+  const std::string concat = "ffconcat version 1.0\nfile '" + video + "'\n";
+  writeBytes(file("list.m3u8"), std::vector<std::uint8_t>(hls.begin(), hls.end()));
+  writeBytes(file("list.ffconcat"), std::vector<std::uint8_t>(concat.begin(), concat.end()));
+  EXPECT_EQ(openError(file("list.m3u8")),
+            "not a video file (Invalid data found when processing input)");
+  EXPECT_EQ(openError(file("list.ffconcat")), "not a video file (Operation not permitted)");
+  EXPECT_EQ(open(video)->facts().frameCount, 24);
+}
+
 TEST_F(VideoOpenTest, PicturesLargerThanAPictureMayBeAreRefused) {
   testing_support::writeJpegVideo(file("huge.avi"), "avi", {claimingJpeg(8192, 4097)}, 8192, 4097);
   EXPECT_EQ(openError(file("huge.avi")), "the pictures are too large (8192 x 4097)");
