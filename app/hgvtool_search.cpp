@@ -184,7 +184,7 @@ int runSearchWithin(const Args& args, std::ostream& out, std::ostream& err,
           printRecord(record, o.json, out);
         },
         [&] { progress.step(); });
-    if (ran && tool.session().OpenSaveFile.TotalFrames == toolkit::Integer(1)) {
+    if (ran && tool.session().OpenSaveFile.TotalFrames == toolkit::Long(1)) {
       err << "hgvtool: a clip of one frame has nothing to search\n";
     }
     if (!ran) {

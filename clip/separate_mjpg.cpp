@@ -86,7 +86,7 @@ Boolean SeparateMJPG::InitialAviInfo(const std::string& path) {
   }
 }
 
-Integer SeparateMJPG::SaveAviChunk(const std::string& path) {
+Long SeparateMJPG::SaveAviChunk(const std::string& path) {
   m_scanShowedBox = false;
   if (m_video) return videoFrameCount();
   try {
@@ -94,9 +94,9 @@ Integer SeparateMJPG::SaveAviChunk(const std::string& path) {
     ClipScanner scan(*file);
 
     const std::int64_t indexPos = scan.findLast(format::kIndexTag);
-    if (indexPos <= 0) return recoverCutOffRecording(scan);
+    if (indexPos <= 0) return recoverCutOffRecording(scan).value();
     const Long count = scan.number(indexPos + 4) / Long(format::kIndexEntryBytes);
-    if (!scan.tagAt(indexPos + 8, format::kFrameTag)) return recoverCutOffRecording(scan);
+    if (!scan.tagAt(indexPos + 8, format::kFrameTag)) return recoverCutOffRecording(scan).value();
     IndexEntryCount = count;
     // Past 32,768 entries the 16-bit frame counter overflows before a second entry is read,
     // so the table is never needed: a hostile size field cannot make us allocate gigabytes.
@@ -124,7 +124,8 @@ Integer SeparateMJPG::SaveAviChunk(const std::string& path) {
         FramePositions[k] = (s + Long(4)).value();
       }
     }
-    return Integer(IndexEntryCount.value());
+    // A clip's frame count is 16 bits, as it always was.
+    return Integer(IndexEntryCount.value()).value();
   } catch (const RuntimeError& e) {
     m_scanShowedBox = true;
     m_platform.messages.show(MessageBoxRequest::critical(toolkit::errorBoxText("SaveAviChunk", e)));
@@ -172,7 +173,7 @@ void readFrameBytes(toolkit::ReadableFile& file, const FramePlace& place,
   file.readAt(place.offset, out);
 }
 
-FramePlace SeparateMJPG::placeOf(Integer frame) const {
+FramePlace SeparateMJPG::placeOf(Long frame) const {
   const auto index = static_cast<std::size_t>(frame.value());
   if (frame.value() < 0 || index >= FrameSizes.size() || index >= FramePositions.size()) {
     throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
@@ -181,7 +182,7 @@ FramePlace SeparateMJPG::placeOf(Integer frame) const {
   return {frame.value(), std::int64_t{FramePositions[index]} - 1, FrameSizes[index]};
 }
 
-std::string SeparateMJPG::ExtractCurrentJpg(const std::string& path, Integer frame) {
+std::string SeparateMJPG::ExtractCurrentJpg(const std::string& path, Long frame) {
   ExtractedFrame = frame.value();
   if (m_video) return extractVideoFrame(frame);
   const auto index = static_cast<std::size_t>(frame.value());

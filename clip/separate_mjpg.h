@@ -72,7 +72,7 @@ class SeparateMJPG {
   // Frame `frame` as a JPEG, as a clip of this footage holds it: a clip's or an MJPEG video's
   // own bytes, else the video's picture encoded at quality 95. Raises "Subscript out of range"
   // (9) for a frame outside the footage, and the reading's run-time errors.
-  std::vector<std::uint8_t> frameJpeg(Integer frame);
+  std::vector<std::uint8_t> frameJpeg(Long frame);
 
   // Header check. True when admitted; then ClipPath, ClipWidth, ClipHeight, JunkSize and
   // MicroSecPerFrame hold the file's values. Refusals and errors are reported in message boxes.
@@ -80,21 +80,21 @@ class SeparateMJPG {
 
   // Index scan. The frame count (0 after a run-time error, which it reports in a box, or when the
   // index holds no whole entry). Fills IndexSizes, FrameSizes, FramePositions.
-  Integer SaveAviChunk(const std::string& path);
+  Long SaveAviChunk(const std::string& path);
   // Whether the last SaveAviChunk ended with its error box; a 0 without one is a silent refusal.
   bool scanShowedBox() const { return m_scanShowedBox; }
 
   // Reads frame `frame` of the clip at `path` and puts its bytes into "Temp.jpg" through the
   // scratch files; returns that path. Sets ExtractedFrame, ExtractedSize, ExtractedPosition first.
   // Run-time errors propagate as toolkit::RuntimeError; the caller handles them.
-  std::string ExtractCurrentJpg(const std::string& path, Integer frame);
+  std::string ExtractCurrentJpg(const std::string& path, Long frame);
 
   // The frame of the last extraction that reached "Temp.jpg": the frame the scratch file holds.
   // nullptr before the first.
   const FramePtr& lastExtracted() const { return m_lastExtracted; }
   // Where frame `frame` lies, by the tables; "Subscript out of range" (9) for a frame outside
   // them and for one of size 0 or less.
-  FramePlace placeOf(Integer frame) const;
+  FramePlace placeOf(Long frame) const;
 
   // The decoding threads of a video opened from now on; 0 is one a core. Its pictures do not
   // depend on them.
@@ -123,8 +123,8 @@ class SeparateMJPG {
  private:
   Integer recoverCutOffRecording(ClipScanner& scan);
   FramePtr videoFrame(std::int32_t index);
-  Integer videoFrameCount();
-  std::string extractVideoFrame(Integer frame);
+  Long videoFrameCount();
+  std::string extractVideoFrame(Long frame);
 
   // The open video, when the open file is one.
   std::unique_ptr<video::VideoFile> m_video;

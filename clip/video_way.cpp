@@ -117,23 +117,13 @@ FramePtr SeparateMJPG::videoFrame(std::int32_t index) {
   return frame;
 }
 
-Integer SeparateMJPG::videoFrameCount() {
-  const std::int64_t count = m_video->facts().frameCount;
-  // Frame numbers of the window and the search are 16-bit, as a clip's are.
-  if (count > format::kMaxFrames) {
-    m_scanShowedBox = true;
-    const std::string name = std::filesystem::path(ClipPath).filename().string();
-    m_platform.messages.show(
-        MessageBoxRequest::critical(name + " holds " + std::to_string(count) + " frames; at most " +
-                                        std::to_string(format::kMaxFrames) + " can be opened.",
-                                    "Warning"));
-    return 0;
-  }
-  IndexEntryCount = static_cast<std::int32_t>(count);
-  return Integer(static_cast<std::int32_t>(count));
+Long SeparateMJPG::videoFrameCount() {
+  // The reader indexes at most 2^24 frames, well inside 32 bits.
+  IndexEntryCount = static_cast<std::int32_t>(m_video->facts().frameCount);
+  return IndexEntryCount;
 }
 
-std::string SeparateMJPG::extractVideoFrame(Integer frame) {
+std::string SeparateMJPG::extractVideoFrame(Long frame) {
   if (frame.value() < 0 || frame.value() >= IndexEntryCount.value()) {
     throw RuntimeError::of(ErrorNumber::SubscriptOutOfRange);
   }
@@ -145,7 +135,7 @@ std::string SeparateMJPG::extractVideoFrame(Integer frame) {
   return m_scratch.jpegPath();
 }
 
-std::vector<std::uint8_t> SeparateMJPG::frameJpeg(Integer frame) {
+std::vector<std::uint8_t> SeparateMJPG::frameJpeg(Long frame) {
   if (!m_video) {
     std::vector<std::uint8_t> bytes;
     readFrameBytes(*m_platform.files.openRead(ClipPath), placeOf(frame), bytes);

@@ -17,8 +17,10 @@ using toolkit::Long;
 struct OpenSaveFile {
   Boolean ClipOpen = kFalse;
   std::string ClipFileName;
-  Integer TotalFrames;
-  Integer CurrentFrame;
+  // 32 bits: a camera's video may hold more frames than 16 bits count. A clip's reader keeps to
+  // its own limit of 32,767, so a clip's numbers are what they always were.
+  Long TotalFrames;
+  Long CurrentFrame;
   std::string CurrentFrameFile;
   Long PictureWidth;   // twips
   Long PictureHeight;  // twips

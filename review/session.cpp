@@ -31,7 +31,7 @@ OpenResult OpenClipFile(Session& session, const std::string& path) {
     o.ClipOpen = kTrue;
   }
   o.TotalFrames = clip.SaveAviChunk(o.ClipFileName);
-  if (o.TotalFrames == Integer(0)) {
+  if (o.TotalFrames == Long(0)) {
     if (!clip.scanShowedBox()) {
       session.platform.messages.show(
           toolkit::MessageBoxRequest::critical(kNoFramesText, "Warning"));

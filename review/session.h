@@ -24,7 +24,7 @@ struct Session {
   // gave no frame leaves ClipOpen True with tables that are not this clip's: every handler that
   // needs a frame takes that state for no clip.
   bool clipHasFrames() const {
-    return OpenSaveFile.ClipOpen != toolkit::kFalse && OpenSaveFile.TotalFrames > Integer(0);
+    return OpenSaveFile.ClipOpen != toolkit::kFalse && OpenSaveFile.TotalFrames > Long(0);
   }
 };
 

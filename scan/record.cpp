@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "clip/clip_format.h"
 #include "scan/report.h"
+#include "video/video_file.h"
 
 namespace scan {
 
@@ -165,8 +165,8 @@ ClipScan scanOf(const Json& line) {
   if (!known || (ended == "refused") == scan.opened) throw Damaged{};
   scan.broke = ended == "error";
   // A clip that did not open has no frames: nothing of it can lie inside it.
-  scan.totalFrames = static_cast<int>(
-      whole(member(line, "TotalFrames"), 0, scan.opened ? clip::format::kMaxFrames : 0));
+  scan.totalFrames =
+      static_cast<int>(whole(member(line, "TotalFrames"), 0, scan.opened ? video::kMaxFrames : 0));
   scan.microSecPerFrame = static_cast<std::uint32_t>(
       whole(member(line, "dwMicroSecPerFrame"), 0, std::numeric_limits<std::uint32_t>::max()));
   scan.stamp = {whole(member(line, "size"), -1, std::numeric_limits<std::int64_t>::max()),

@@ -15,9 +15,19 @@ std::int64_t frameNs(std::uint32_t microSecPerFrame) {
 
 bool inSpan(std::int64_t ns) { return ns >= kEarliestStartNs && ns <= kLatestStartNs; }
 
-// More frames than any clip or video holds (TotalFrames is 16 bits). So many at the longest frame
-// duration come to 1.4e17 ns: no sum below leaves 64 bits.
-constexpr long long kMostFrames = 32768;
+// More frames than any clip or video holds (the video reader indexes at most 2^24).
+constexpr long long kMostFrames = std::int64_t{1} << 24;
+
+// `frames` frames in nanoseconds; none where that would come near the end of 64 bits.
+std::optional<std::int64_t> footageNs(long long frames, std::uint32_t microSecPerFrame) {
+  const std::int64_t each = frameNs(microSecPerFrame);
+  // What is added to a start of the span must stay inside 64 bits.
+  constexpr std::int64_t kMost = INT64_MAX - kLatestStartNs;
+  if (frames < 0 || frames > kMostFrames || (frames > 0 && each > kMost / frames)) {
+    return std::nullopt;
+  }
+  return frames * each;
+}
 
 }  // namespace
 
@@ -28,8 +38,9 @@ std::optional<RecordingStart> recordingStart(std::optional<std::int64_t> creatio
       *creationTime <= kLatestStartNs / kNsPerSecond) {
     return RecordingStart{*creationTime * kNsPerSecond, WallClock::Recorded};
   }
-  if (totalFrames < 0 || totalFrames > kMostFrames || !inSpan(mtimeNs)) return std::nullopt;
-  const std::int64_t start = mtimeNs - totalFrames * frameNs(microSecPerFrame);
+  const std::optional<std::int64_t> footage = footageNs(totalFrames, microSecPerFrame);
+  if (!footage || !inSpan(mtimeNs)) return std::nullopt;
+  const std::int64_t start = mtimeNs - *footage;
   if (!inSpan(start)) return std::nullopt;
   return RecordingStart{start, WallClock::Modified};
 }
@@ -46,8 +57,9 @@ std::optional<WallClock> wallClockOf(std::string_view name) {
 
 std::string wallTime(const RecordingStart& start, long long frames,
                      std::uint32_t microSecPerFrame) {
-  if (frames < 0 || frames > kMostFrames || !inSpan(start.unixNs)) return {};
-  const std::int64_t ns = start.unixNs + frames * frameNs(microSecPerFrame);
+  const std::optional<std::int64_t> footage = footageNs(frames, microSecPerFrame);
+  if (!footage || !inSpan(start.unixNs)) return {};
+  const std::int64_t ns = start.unixNs + *footage;
   // Rounded down, before 1970 too.
   std::int64_t seconds = ns / kNsPerSecond;
   if (ns % kNsPerSecond < 0) --seconds;

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "video/video_file.h"
+
 extern "C" {
 #include <libavformat/avformat.h>
 }
@@ -17,8 +19,7 @@ namespace video {
 
 class PacketIndex {
  public:
-  // More packets than this is a hostile file, not a camera's (a week at 30 frames a second).
-  static constexpr std::int64_t kMaxPackets = std::int64_t{1} << 24;
+  static constexpr std::int64_t kMaxPackets = kMaxFrames;
   static constexpr std::int64_t kUnknownPos = -1;
 
   // From the container's own index where it is complete (AVI's, and MP4's or MOV's when their

@@ -22,6 +22,9 @@ class VideoError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// More frames than this is a hostile file, not a camera's (a week at 30 frames a second).
+inline constexpr std::int64_t kMaxFrames = std::int64_t{1} << 24;
+
 struct VideoFacts {
   std::string codec;      // libavcodec's short name: "h264", "hevc", "mjpeg", ...
   std::string container;  // libavformat's short name

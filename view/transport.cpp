@@ -5,6 +5,7 @@ namespace view {
 using toolkit::Integer;
 using toolkit::kFalse;
 using toolkit::kTrue;
+using toolkit::Long;
 
 const clip::FramePtr& Transport::extract() {
   review::OpenSaveFile& o = m_session.OpenSaveFile;
@@ -51,7 +52,7 @@ const clip::FramePtr& Transport::StepForward() {
 }
 
 void Transport::PausePlay() {
-  if (m_session.OpenSaveFile.TotalFrames == Integer(1)) return;
+  if (m_session.OpenSaveFile.TotalFrames == Long(1)) return;
   m_fields.MarkedPicturePath.clear();
   if (m_fields.SearchStopRequested == kFalse) {
     m_fields.SearchStopRequested = kTrue;

@@ -51,11 +51,11 @@ void Form1::StopPlayback() {
 namespace {
 
 // The frame at a place of the bar: its left end is frame 0, BarTravel the last frame.
-Integer frameAt(Single blockLeft, Long barTravel, Integer totalFrames) {
+Long frameAt(Single blockLeft, Long barTravel, Long totalFrames) {
   const Integer left = Integer::fromDouble(blockLeft);
   if (barTravel == Long(0)) throw toolkit::RuntimeError::of(toolkit::ErrorNumber::DivisionByZero);
   const auto ratio = static_cast<Single>(static_cast<double>(left.value()) / barTravel.value());
-  return Integer::fromDouble(static_cast<Single>(totalFrames.value() - 1) * ratio);
+  return Long::fromDouble(static_cast<Single>(totalFrames.value() - 1) * ratio);
 }
 
 }  // namespace

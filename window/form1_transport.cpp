@@ -57,12 +57,12 @@ bool transportGuards(Form1& form) {
 }  // namespace
 
 void Form1::imgBegin_Click() {
-  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
+  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Long(1)) return;
   guardTransport([this] { JumpTo(0); });
 }
 
 void Form1::imgEnd_Click() {
-  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
+  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Long(1)) return;
   // The plain last frame number, not the end mark -1.
   guardTransport([this] { JumpTo(OpenSaveFile.TotalFrames.value() - 1); });
 }
@@ -117,7 +117,7 @@ void startPlayback(window::Form1& form, const SpeedRow (&rows)[5],
 }  // namespace
 
 void Form1::imgRightPlay_Click() {
-  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
+  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Long(1)) return;
   PlayingForward = kTrue;
   PlayingBack = kFalse;
   startPlayback(*this, kForward, {img1X, img2X, img3X, img4X, img5X},
@@ -125,7 +125,7 @@ void Form1::imgRightPlay_Click() {
 }
 
 void Form1::imgLeftPlay_Click() {
-  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Integer(1)) return;
+  if (!transportGuards(*this) || OpenSaveFile.TotalFrames == Long(1)) return;
   PlayingForward = kFalse;
   PlayingBack = kTrue;
   startPlayback(*this, kBackward, {img1XN, img2XN, img3XN, img4XN, img5XN},
@@ -146,7 +146,7 @@ void Form1::tmrControlDisplay_Timer() {
       if (OpenSaveFile.CurrentFrame == OpenSaveFile.TotalFrames) StopPlayback();
     } else if (PlayingForward != kFalse) {
       StepForward();
-      if (OpenSaveFile.CurrentFrame == Integer(-1)) StopPlayback();
+      if (OpenSaveFile.CurrentFrame == Long(-1)) StopPlayback();
     }
     ShowStep();
   });

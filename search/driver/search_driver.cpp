@@ -52,7 +52,7 @@ bool SearchDriver::begin(Direction direction) {
     return false;
   }
   m_window.StopPlayback();
-  if (m_session.OpenSaveFile.TotalFrames == Integer(1)) return false;
+  if (m_session.OpenSaveFile.TotalFrames == Long(1)) return false;
   Boolean& own = direction == Direction::Back ? f.SearchingBack : f.SearchingForward;
   if (f.SearchingBack != kFalse || f.SearchingForward != kFalse) {
     // A nested click while a search runs: the running search sees it at its next stop check.
@@ -186,7 +186,7 @@ void SearchDriver::stepPart(Direction direction, bool& reachedEnd, SearchOutcome
     analyse(frame);
   } else {
     const clip::FramePtr& frame = m_transport.StepForward();
-    if (o.CurrentFrame == Integer(-1)) reachedEnd = true;
+    if (o.CurrentFrame == Long(-1)) reachedEnd = true;
     analyse(frame);
   }
   ++outcome.comparisons;

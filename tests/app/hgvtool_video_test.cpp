@@ -139,6 +139,50 @@ TEST_F(HgvtoolVideoTest, ExportsFromAnH264VideoReadBack) {
   EXPECT_GT(readText(file("run.wmv")).size(), 1000u);
 }
 
+// Past 32,767 frames, where a clip's 16-bit frame numbers end: an hour of a camera's video.
+std::string longVideo(const std::string& path, int width, int height) {
+  testing_support::VideoRecipe recipe;
+  recipe.width = width;
+  recipe.height = height;
+  recipe.frames = 33000;
+  recipe.gop = 3000;
+  // The animal crosses in the last frames, fast enough to be seen from frame to frame.
+  recipe.scene.enterFrame = 32985;
+  recipe.scene.leaveFrame = 33000;
+  testing_support::makeVideo(path, recipe);
+  return path;
+}
+
+TEST_F(HgvtoolVideoTest, AVideoLongerThanAClipOpensAndIsSearchedToItsLastFrame) {
+  const std::string path = longVideo(file("long.mp4"), 320, 240);
+  const auto facts = nlohmann::json::parse(run(runInfo, {"--json", path}).out);
+  EXPECT_EQ(facts["TotalFrames"], 33000);
+  const ToolRun search = run(runSearch, {path, "--from", "32900", "--all", "--json"});
+  ASSERT_EQ(search.status, 0) << search.err;
+  const auto first = nlohmann::json::parse(search.out.substr(0, search.out.find('\n')));
+  EXPECT_EQ(first["ended"], "found") << search.out;
+  EXPECT_GE(first["frame"].get<int>(), 32985);
+  const auto last =
+      nlohmann::json::parse(search.out.substr(search.out.rfind('\n', search.out.size() - 2) + 1));
+  EXPECT_EQ(last["ended"], "end_of_run");
+  EXPECT_EQ(last["frame"], 32999);
+  EXPECT_EQ(run(runExtract, {path, "32999", file("last.jpg")}).status, 0);
+  EXPECT_EQ(run(runExtract, {path, "33000", file("past.jpg")}).status, 1);
+}
+
+TEST_F(HgvtoolVideoTest, AVideoLongerThanAClipIsScannedToItsEnd) {
+  // Small, so that walking every frame stays quick.
+  const std::string path = longVideo(file("long.mp4"), 48, 32);
+  const ToolRun scan = run([](const Args& args, std::ostream& out,
+                              std::ostream& err) { return runScan(args, out, err); },
+                           {path, "--json"});
+  ASSERT_EQ(scan.status, 0) << scan.err;
+  const auto record = nlohmann::json::parse(scan.out);
+  EXPECT_EQ(record["TotalFrames"], 33000);
+  EXPECT_EQ(record["ended"], "end_of_run");
+  EXPECT_DOUBLE_EQ(record["duration_s"].get<double>(), 1320.0);
+}
+
 TEST_F(HgvtoolVideoTest, AFileThatIsNoVideoGetsOneBoxWithItsNameAndReason) {
   const std::vector<std::uint8_t> text{'h', 'e', 'l', 'l', 'o', '\n'};
   toolkit::writeWholeFile(m_files, file("notes.mp4"), text);

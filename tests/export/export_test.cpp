@@ -264,7 +264,7 @@ class ExportCoreTest : public ::testing::Test {
     m_path = m_dir.file("clip.HGV");
     clip::writeClip(m_files, m_path, 96, 64, m_jpegs);
     ASSERT_NE(m_clip.InitialAviInfo(m_path), toolkit::kFalse);
-    ASSERT_EQ(m_clip.SaveAviChunk(m_path), toolkit::Integer(12));
+    ASSERT_EQ(m_clip.SaveAviChunk(m_path), toolkit::Long(12));
     m_clip.ExtractCurrentJpg(m_path, 4);
   }
   testing_support::TempDir m_dir;

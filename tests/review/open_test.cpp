@@ -47,8 +47,8 @@ TEST_F(OpenTest, TheFirstClipLargerThanTheViewFillsItWithFrameZero) {
   EXPECT_EQ(state().ClipOpen, kTrue);
   EXPECT_EQ(state().ClipFileName, path);
   EXPECT_EQ(clipModule().ClipPath, path);
-  EXPECT_EQ(state().TotalFrames, Integer(5));
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().TotalFrames, Long(5));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   EXPECT_EQ(state().CurrentFrameFile, scratch());
   EXPECT_EQ(readBytes(scratch()), jpegOf(0));
   EXPECT_EQ(f.FirstClipPending, kFalse);
@@ -101,7 +101,7 @@ TEST_F(OpenTest, CancelOrAShortNameChangesNothingAndPlaybackGoesOn) {
     open(answer);
     EXPECT_TRUE(f.tmrControlDisplay->running()) << answer;
     EXPECT_EQ(f.PlaySpeed, "1X");
-    EXPECT_EQ(state().CurrentFrame, Integer(1));
+    EXPECT_EQ(state().CurrentFrame, Long(1));
     EXPECT_EQ(state().ClipOpen, kTrue);
   }
   EXPECT_TRUE(boxes().empty());
@@ -124,7 +124,7 @@ TEST_F(OpenTest, ARefusedFileAfterAGoodClipLeavesTheFrameDead) {
   for (auto* button : {f.imgRightStep, f.imgEnd, f.imgRightPlay, f.imgZoomIn, f.imgRightSearch}) {
     toolkit::testing::click(*button);
   }
-  EXPECT_EQ(state().CurrentFrame, Integer(1));
+  EXPECT_EQ(state().CurrentFrame, Long(1));
   EXPECT_FALSE(f.tmrControlDisplay->running());
   EXPECT_EQ(f.ZoomPercent, Integer(100));
   EXPECT_EQ(f.lblImageID->Caption(), "2");
@@ -146,7 +146,7 @@ TEST_F(OpenTest, AClipWhoseScanFindsNoFrameSaysSoOnceAndIsNoClipToTheButtons) {
   ASSERT_EQ(boxes().size(), 1u);
   EXPECT_EQ(boxes()[0], toolkit::MessageBoxRequest::critical(review::kNoFramesText, "Warning"));
   EXPECT_EQ(state().ClipOpen, kTrue);
-  EXPECT_EQ(state().TotalFrames, Integer(0));
+  EXPECT_EQ(state().TotalFrames, Long(0));
   EXPECT_FALSE(f.picShowAVI->Visible) << "the view as it was";
   for (auto* button : {f.imgRightStep, f.imgLeftStep, f.imgBegin, f.imgZoomIn, f.imgSetting,
                        f.imgRightSearch, f.imgSave}) {
@@ -209,8 +209,8 @@ TEST_F(OpenTest, ALaterOpeningEndsAZoomAPlaybackAndAResult) {
   EXPECT_FALSE(f.tmrControlDisplay->running());
   EXPECT_TRUE(f.imgCplay->Visible);
   EXPECT_EQ(f.MarkedPicturePath, "");
-  EXPECT_EQ(state().TotalFrames, Integer(3));
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().TotalFrames, Long(3));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   EXPECT_EQ(f.picBlock->Left(), 0.0f);
   EXPECT_EQ(f.lblImageID->Caption(), "1");
   EXPECT_EQ(visibleView(), expectedFit(0));

@@ -14,6 +14,7 @@ namespace {
 
 using toolkit::Integer;
 using toolkit::kTrue;
+using toolkit::Long;
 
 class OpenVideoTest : public testing_support::WindowFixture {
  protected:
@@ -38,22 +39,44 @@ TEST_F(OpenVideoTest, AnH264VideoOpensStepsBothWaysAndKeepsItsPictureJpegInTempJ
   ASSERT_TRUE(boxes().empty()) << boxes()[0].text;
   window::Form1& f = form();
   EXPECT_EQ(state().ClipOpen, kTrue);
-  EXPECT_EQ(state().TotalFrames, Integer(20));
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().TotalFrames, Long(20));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   EXPECT_EQ(f.lblImageID->Caption(), "1");
 
   // The JPEG "Temp.jpg" holds is what a clip exported from the video would hold for the frame.
   for (int step = 0; step < 8; ++step) f.imgRightStep_Click();
-  EXPECT_EQ(state().CurrentFrame, Integer(8));
+  EXPECT_EQ(state().CurrentFrame, Long(8));
   const std::vector<std::uint8_t> eighth = clipModule().frameJpeg(8);
   // The file is never shortened: a longer frame before it leaves its tail behind.
   EXPECT_TRUE(testing_support::startsWith(testing_support::readBytes(scratch()), eighth));
   const QImage atEight = visibleView();
   for (int step = 0; step < 3; ++step) f.imgLeftStep_Click();
-  EXPECT_EQ(state().CurrentFrame, Integer(5));
+  EXPECT_EQ(state().CurrentFrame, Long(5));
   EXPECT_EQ(f.lblImageID->Caption(), "6");
   for (int step = 0; step < 3; ++step) f.imgRightStep_Click();
   EXPECT_EQ(visibleView(), atEight) << "the same frame shows the same picture either way";
+}
+
+TEST_F(OpenVideoTest, AVideoLongerThanAClipGoesToItsEndAndStepsBackFromIt) {
+  start();
+  testing_support::VideoRecipe recipe;
+  recipe.width = 48;
+  recipe.height = 32;
+  recipe.frames = 33000;
+  recipe.gop = 3000;
+  const std::string path = file("long.mp4");
+  testing_support::makeVideo(path, recipe);
+  open(path);
+  ASSERT_TRUE(boxes().empty()) << boxes()[0].text;
+  window::Form1& f = form();
+  EXPECT_EQ(state().TotalFrames, Long(33000));
+  toolkit::testing::click(*f.imgEnd);
+  EXPECT_EQ(state().CurrentFrame, Long(32999));
+  EXPECT_EQ(f.lblImageID->Caption(), "33000");
+  f.imgLeftStep_Click();
+  EXPECT_EQ(state().CurrentFrame, Long(32998));
+  EXPECT_EQ(f.lblImageID->Caption(), "32999");
+  EXPECT_GT(f.picBlock->Left, f.BarTravel.value() * 0.99) << "the block stands at the bar's end";
 }
 
 TEST_F(OpenVideoTest, AFileThatIsNoVideoGetsOneBoxAndTheClipStaysOpen) {
@@ -81,11 +104,11 @@ TEST_F(OpenVideoTest, AFileThatIsNoVideoGetsOneBoxAndTheClipStaysOpen) {
         << boxes()[0].text;
     EXPECT_EQ(state().ClipOpen, kTrue);
     EXPECT_EQ(state().ClipFileName, good);
-    EXPECT_EQ(state().CurrentFrame, Integer(1));
+    EXPECT_EQ(state().CurrentFrame, Long(1));
     EXPECT_EQ(visibleView(), before);
   }
   form().imgRightStep_Click();
-  EXPECT_EQ(state().CurrentFrame, Integer(2)) << "the clip still steps";
+  EXPECT_EQ(state().CurrentFrame, Long(2)) << "the clip still steps";
 }
 
 }  // namespace

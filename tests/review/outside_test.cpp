@@ -26,6 +26,7 @@ using testing_support::startsWith;
 using toolkit::Integer;
 using toolkit::kFalse;
 using toolkit::kTrue;
+using toolkit::Long;
 using toolkit::MsgIcon;
 
 class OutsideTest : public testing_support::WindowFixture {
@@ -36,7 +37,7 @@ class OutsideTest : public testing_support::WindowFixture {
     return parsed.start;
   }
   void expectOnFrame(int index) {
-    EXPECT_EQ(state().CurrentFrame, Integer(index));
+    EXPECT_EQ(state().CurrentFrame, Long(index));
     EXPECT_EQ(form().lblImageID->Caption(), std::to_string(index + 1));
     EXPECT_TRUE(startsWith(readBytes(scratch()), jpegOf(index)));
     EXPECT_EQ(visibleView(), expectedFit(index));
@@ -108,7 +109,7 @@ TEST_F(OutsideTest, AClipAtStartUpOpensAsTheOpenDialogsChoice) {
   EXPECT_TRUE(boxes().empty());
   EXPECT_EQ(state().ClipOpen, kTrue);
   EXPECT_EQ(state().ClipFileName, path);
-  EXPECT_EQ(state().TotalFrames, Integer(5));
+  EXPECT_EQ(state().TotalFrames, Long(5));
   EXPECT_EQ(form().FirstClipPending, kFalse);
   EXPECT_TRUE(m_host.dialogs.requests().empty()) << "no dialog";
   expectOnFrame(0);
@@ -232,7 +233,7 @@ TEST_F(OutsideTest, AHandOverDuringASearchOpensTheClipWhenTheSearchEnds) {
   m_host.host.onYield = {};
   ASSERT_TRUE(handedOver);
   ASSERT_TRUE(pumpUntil([&] { return state().ClipFileName == other; }));
-  EXPECT_EQ(state().TotalFrames, Integer(6));
+  EXPECT_EQ(state().TotalFrames, Long(6));
   expectOnFrame(3);
   EXPECT_TRUE(boxes().empty());
 }

@@ -169,7 +169,7 @@ TEST_F(ScanRecordTest, NumbersOutsideTheirFieldsMakeTheLineDamaged) {
       {"\"scan_s\": 1.5", "\"scan_s\": 1e999"},
       {"\"scan_s\": 1.5", "\"scan_s\": 1e300"},
       {"\"scan_s\": 1.5", "\"scan_s\": -1"},
-      {"\"TotalFrames\": 20", "\"TotalFrames\": 32768"},
+      {"\"TotalFrames\": 20", "\"TotalFrames\": 16777217"},
       {"\"TotalFrames\": 20", "\"TotalFrames\": -1"},
       {"\"TotalFrames\": 20", "\"TotalFrames\": 20.5"},
       {"\"TotalFrames\": 20", "\"TotalFrames\": \"20\""},

@@ -77,7 +77,9 @@ TEST(RecordingStartTest, TheCreationTimeElseTheModificationTimeLessTheFootage) {
   // No start outside 1900 to 2200, and none that the arithmetic could not hold.
   EXPECT_FALSE(recordingStart(std::nullopt, std::numeric_limits<std::int64_t>::max(), 12, 100000));
   EXPECT_FALSE(recordingStart(std::nullopt, kEarliestStartNs, 1, 100000));
-  EXPECT_FALSE(recordingStart(std::nullopt, modified, 40000, 4294967295u));
+  EXPECT_FALSE(recordingStart(std::nullopt, modified, 16777217, 40000));
+  EXPECT_FALSE(recordingStart(std::nullopt, modified, 16777216, 4294967295u))
+      << "a sum past 64 bits";
   EXPECT_FALSE(recordingStart(std::nullopt, modified, -1, 100000));
   EXPECT_TRUE(recordingStart(std::nullopt, kLatestStartNs, 32767, 4294967295u));
 }
@@ -92,7 +94,7 @@ TEST(RecordingStartTest, WallTimesAreTheMachinesLocalTimeToTheSecondBelow) {
   EXPECT_EQ(wallTime({kMay1 - 300000000, WallClock::Modified}, 3, 100000),
             "2024-05-01T06:12:40+00:00");
   EXPECT_EQ(wallTime({-1, WallClock::Recorded}, 0, 100000), "1969-12-31T23:59:59+00:00");
-  EXPECT_EQ(wallTime(start, 40000, 100000), "") << "more frames than a clip holds";
+  EXPECT_EQ(wallTime(start, 16777217, 100000), "") << "more frames than a video holds";
 
   zone.set("CET-1CEST,M3.5.0,M10.5.0/3");
   EXPECT_EQ(wallTime(start, 0, 100000), "2024-05-01T08:12:39+02:00");

@@ -20,6 +20,7 @@ using testing_support::Square;
 using toolkit::Integer;
 using toolkit::kFalse;
 using toolkit::kTrue;
+using toolkit::Long;
 using Ended = SearchOutcome::Ended;
 
 // A square that comes on frame 4 and goes on frame 7, well inside the default area.
@@ -48,7 +49,7 @@ class SearchWindowTest : public testing_support::WindowFixture {
   }
   // The search is at rest with frame `index` current and on show (plain), CurrentFrame `mark`.
   void expectRestingOn(int index, int mark) {
-    EXPECT_EQ(state().CurrentFrame, Integer(mark));
+    EXPECT_EQ(state().CurrentFrame, Long(mark));
     EXPECT_EQ(clipModule().ExtractedFrame, toolkit::Long(index));
     EXPECT_EQ(form().lblImageID->Caption(), std::to_string(index + 1));
     EXPECT_EQ(form().SearchingForward, kFalse);
@@ -392,7 +393,7 @@ TEST_F(SearchWindowTest, TheOverflowOfALowThresholdEndsTheSearchWithOneBox) {
   ASSERT_EQ(boxes().size(), 1u);
   EXPECT_EQ(boxes()[0].text, "imgRightSearch_Click\r\nError:6\r\nOverflow");
   EXPECT_EQ(f.SearchingForward, kFalse);
-  EXPECT_EQ(state().CurrentFrame, Integer(3));
+  EXPECT_EQ(state().CurrentFrame, Long(3));
   // Back at a threshold that fits, the search walks on from where it stood.
   form().AnalyseBMP.ChangeThreshold = 0;
   f.imgRightSearch_Click();

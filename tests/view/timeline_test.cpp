@@ -8,6 +8,7 @@ using testing_support::pixelsOf;
 using toolkit::Integer;
 using toolkit::kFalse;
 using toolkit::kTrue;
+using toolkit::Long;
 using toolkit::testing::move;
 using toolkit::testing::press;
 using toolkit::testing::release;
@@ -44,16 +45,16 @@ TEST_F(TimelineTest, AClickOnTheTrackMovesTheBlockAndTheReleaseGoesThere) {
   EXPECT_EQ(f.lblImageID->Caption(), "1") << "the number stays until the release";
   EXPECT_EQ(visibleView(), expectedFit(0));
   release(*f.imgBar, pixelsOf(4500, 100));
-  EXPECT_EQ(state().CurrentFrame, Integer(5));  // round(10 x 3750 / 8250)
+  EXPECT_EQ(state().CurrentFrame, Long(5));  // round(10 x 3750 / 8250)
   EXPECT_EQ(f.lblImageID->Caption(), "6");
   EXPECT_EQ(visibleView(), expectedFit(5));
 
   clickTrack(1500);  // left of the block: its left edge comes to the press
   EXPECT_EQ(f.picBlock->Left(), 1500.0f);
-  EXPECT_EQ(state().CurrentFrame, Integer(2));
+  EXPECT_EQ(state().CurrentFrame, Long(2));
   clickTrack(9300);  // past the end of the bar
   EXPECT_EQ(f.picBlock->Left(), 8250.0f);
-  EXPECT_EQ(state().CurrentFrame, Integer(10));
+  EXPECT_EQ(state().CurrentFrame, Long(10));
   EXPECT_EQ(visibleView(), expectedFit(10));
 }
 
@@ -63,7 +64,7 @@ TEST_F(TimelineTest, ARightClickOnTheTrackOnlyStopsPlayback) {
   clickTrack(6000, Qt::RightButton);
   EXPECT_FALSE(f.tmrControlDisplay->running());
   EXPECT_EQ(f.picBlock->Left(), 0.0f);
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
 }
 
 TEST_F(TimelineTest, ADragRunsTheNumberAlongAndGoesToTheFrameOnRelease) {
@@ -77,14 +78,14 @@ TEST_F(TimelineTest, ADragRunsTheNumberAlongAndGoesToTheFrameOnRelease) {
 
   move(*f.picBar, pixelsOf(3150, 75));
   EXPECT_EQ(f.picBlock->Left(), 3000.0f);
-  EXPECT_EQ(state().CurrentFrame, Integer(4));  // round(10 x 3000 / 8250)
+  EXPECT_EQ(state().CurrentFrame, Long(4));  // round(10 x 3000 / 8250)
   EXPECT_EQ(f.lblImageID->Caption(), "5");
   EXPECT_EQ(f.lblImageID->Left(), 5500.0f);
   EXPECT_EQ(visibleView(), expectedFit(0)) << "the picture waits for the release";
 
   move(*f.picBar, pixelsOf(12000, 75));  // far right, outside the bar
   EXPECT_EQ(f.picBlock->Left(), 8250.0f);
-  EXPECT_EQ(state().CurrentFrame, Integer(10));
+  EXPECT_EQ(state().CurrentFrame, Long(10));
   release(*f.picBar, pixelsOf(12000, 75));
   EXPECT_EQ(f.BlockDragging, kFalse);
   EXPECT_EQ(m_host.host.capture(), nullptr);
@@ -94,7 +95,7 @@ TEST_F(TimelineTest, ADragRunsTheNumberAlongAndGoesToTheFrameOnRelease) {
   move(*f.picBar, pixelsOf(-3000, 75));  // far left, outside the bar
   EXPECT_EQ(f.picBlock->Left(), 0.0f);
   release(*f.picBar, pixelsOf(-3000, 75));
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   EXPECT_EQ(visibleView(), expectedFit(0));
 }
 
@@ -103,7 +104,7 @@ TEST_F(TimelineTest, ADragOverAClipOfOneFrameAlwaysGivesFrameZero) {
   press(*f.picBlock, pixelsOf(150, 75));
   for (float x : {0.0f, 3000.0f, 9000.0f}) {
     move(*f.picBar, pixelsOf(x, 75));
-    EXPECT_EQ(state().CurrentFrame, Integer(0)) << x;
+    EXPECT_EQ(state().CurrentFrame, Long(0)) << x;
   }
   release(*f.picBar, pixelsOf(9000, 75));
   EXPECT_EQ(visibleView(), expectedFit(0));
@@ -124,7 +125,7 @@ TEST_F(TimelineTest, ARightPressOnTheBlockStartsNoDragAndASearchIgnoresEveryPres
   // While the search area is chosen the bar still works.
   form().DrawRectangle.SearchAreaEditing = kTrue;
   clickTrack(6000);
-  EXPECT_EQ(state().CurrentFrame, Integer(6));
+  EXPECT_EQ(state().CurrentFrame, Long(6));
   EXPECT_EQ(f.MarkedPicturePath, "");
 }
 
@@ -134,7 +135,7 @@ TEST_F(TimelineTest, AReleaseOnAnEndMarkDuringPlaybackEndsTheDragQuietly) {
   f.imgRightPlay_Click();
   f.tmrControlDisplay->tick();
   f.tmrControlDisplay->tick();  // the last frame: CurrentFrame -1, playback over
-  ASSERT_EQ(state().CurrentFrame, Integer(-1));
+  ASSERT_EQ(state().CurrentFrame, Long(-1));
   release(*f.picBar, pixelsOf(150, 75));
   EXPECT_EQ(f.BlockDragging, kFalse);
   EXPECT_TRUE(boxes().empty());

@@ -12,6 +12,7 @@ using testing_support::readBytes;
 using toolkit::Integer;
 using toolkit::kFalse;
 using toolkit::kTrue;
+using toolkit::Long;
 
 class TransportTest : public testing_support::WindowFixture {
  protected:
@@ -44,21 +45,21 @@ TEST_F(TransportTest, StepsLeaveTheEndMarksOfTheTable) {
   window::Form1& f = openClip(2);
   f.imgRightStep_Click();
   expectShowing(1);
-  EXPECT_EQ(state().CurrentFrame, Integer(-1)) << "the last frame, reached by stepping";
+  EXPECT_EQ(state().CurrentFrame, Long(-1)) << "the last frame, reached by stepping";
   EXPECT_EQ(f.lblImageID->Caption(), "2");
   f.imgRightStep_Click();
   expectShowing(0);
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   f.imgRightStep_Click();
   f.imgLeftStep_Click();
   expectShowing(0);
-  EXPECT_EQ(state().CurrentFrame, Integer(0)) << "from -1 of two frames, without the mark";
+  EXPECT_EQ(state().CurrentFrame, Long(0)) << "from -1 of two frames, without the mark";
 
   f.imgRightStep_Click();
   f.imgRightStep_Click();  // frame 0 again, CurrentFrame 0
   f.imgRightStep_Click();  // frame 1, -1
   f.imgLeftStep_Click();   // frame 0
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
 }
 
 TEST_F(TransportTest, StepBackOntoFrameZeroLeavesTotalFramesAndGoesOnFromThere) {
@@ -66,7 +67,7 @@ TEST_F(TransportTest, StepBackOntoFrameZeroLeavesTotalFramesAndGoesOnFromThere) 
   f.imgRightStep_Click();
   f.imgLeftStep_Click();
   expectShowing(0);
-  EXPECT_EQ(state().CurrentFrame, Integer(5));
+  EXPECT_EQ(state().CurrentFrame, Long(5));
   EXPECT_EQ(f.lblImageID->Caption(), "1");
   EXPECT_EQ(f.picBlock->Left(), 0.0f);
   f.imgRightStep_Click();
@@ -74,23 +75,23 @@ TEST_F(TransportTest, StepBackOntoFrameZeroLeavesTotalFramesAndGoesOnFromThere) 
   f.imgLeftStep_Click();
   f.imgLeftStep_Click();
   expectShowing(4);
-  EXPECT_EQ(state().CurrentFrame, Integer(4));
+  EXPECT_EQ(state().CurrentFrame, Long(4));
   EXPECT_EQ(f.picBlock->Left(), 8250.0f);
 
   f.imgBegin_Click();
   expectShowing(0);
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   f.imgEnd_Click();
   expectShowing(4);
-  EXPECT_EQ(state().CurrentFrame, Integer(4)) << "the plain number, not the mark";
+  EXPECT_EQ(state().CurrentFrame, Long(4)) << "the plain number, not the mark";
   f.imgRightStep_Click();
   expectShowing(0);
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   // From the last frame but one a step shows the last frame and leaves -1.
   f.imgEnd_Click();
   f.imgLeftStep_Click();
   f.imgRightStep_Click();
-  EXPECT_EQ(state().CurrentFrame, Integer(-1));
+  EXPECT_EQ(state().CurrentFrame, Long(-1));
   EXPECT_EQ(f.lblImageID->Caption(), "5");
 }
 
@@ -109,7 +110,7 @@ TEST_F(TransportTest, ForwardPlaybackStopsOnTheLastFrameAfterOneTickLessThanFram
   EXPECT_FALSE(f.tmrControlDisplay->running());
   EXPECT_TRUE(f.imgCplay->Visible);
   EXPECT_EQ(f.PlaySpeed, "");
-  EXPECT_EQ(state().CurrentFrame, Integer(-1));
+  EXPECT_EQ(state().CurrentFrame, Long(-1));
   // Started anew at the end, playback runs from the other end.
   f.imgRightPlay_Click();
   f.tmrControlDisplay->tick();
@@ -120,7 +121,7 @@ TEST_F(TransportTest, ForwardPlaybackStopsOnTheLastFrameAfterOneTickLessThanFram
   f.imgLeftPlay_Click();
   for (int tick = 0; tick < 3; ++tick) f.tmrControlDisplay->tick();
   expectShowing(0);
-  EXPECT_EQ(state().CurrentFrame, Integer(4));
+  EXPECT_EQ(state().CurrentFrame, Long(4));
   EXPECT_FALSE(f.tmrControlDisplay->running());
 }
 
@@ -166,10 +167,10 @@ TEST_F(TransportTest, AClipOfOneFrameOnlySteps) {
   f.imgPausePlay_Click();
   EXPECT_EQ(f.SearchStopRequested, kFalse) << "pause does nothing either";
   f.imgRightStep_Click();
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   expectShowing(0);
   f.imgLeftStep_Click();
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   expectShowing(0);
 }
 
@@ -197,7 +198,7 @@ TEST_F(TransportTest, TheButtonsAreQuietDuringASearchAndWhileTheAreaIsChosen) {
   f.SearchingForward = kFalse;
   form().DrawRectangle.SearchAreaEditing = kTrue;
   f.imgRightStep_Click();
-  EXPECT_EQ(state().CurrentFrame, Integer(0));
+  EXPECT_EQ(state().CurrentFrame, Long(0));
   EXPECT_EQ(f.MarkedPicturePath, file("temp.bmp"));
   EXPECT_FALSE(f.tmrControlDisplay->running());
 }
@@ -209,16 +210,16 @@ TEST_F(TransportTest, AClipOf32767FramesStepsAndPlaysAtBothEnds) {
   jpegs.back() = testing_support::distinctJpeg(16, 16, 2);
   open(writeClip("long.HGV", jpegs, 16, 16));
   window::Form1& f = form();
-  ASSERT_EQ(state().TotalFrames, Integer(32767));
+  ASSERT_EQ(state().TotalFrames, Long(32767));
   f.imgRightStep_Click();
   f.imgLeftStep_Click();
-  ASSERT_EQ(state().CurrentFrame, Integer(32767)) << "frame 0, the mark TotalFrames";
+  ASSERT_EQ(state().CurrentFrame, Long(32767)) << "frame 0, the mark TotalFrames";
   f.imgRightStep_Click();
-  EXPECT_EQ(state().CurrentFrame, Integer(1));
+  EXPECT_EQ(state().CurrentFrame, Long(1));
   f.imgLeftStep_Click();
   f.imgLeftPlay_Click();
   f.tmrControlDisplay->tick();
-  EXPECT_EQ(state().CurrentFrame, Integer(32766)) << "from frame 0 back to the last";
+  EXPECT_EQ(state().CurrentFrame, Long(32766)) << "from frame 0 back to the last";
   const auto bytes = readBytes(scratch());
   EXPECT_TRUE(std::equal(jpegs.back().begin(), jpegs.back().end(), bytes.begin()))
       << "all frames but the last are alike";
@@ -226,7 +227,7 @@ TEST_F(TransportTest, AClipOf32767FramesStepsAndPlaysAtBothEnds) {
   f.imgLeftStep_Click();
   f.imgRightPlay_Click();
   f.tmrControlDisplay->tick();
-  EXPECT_EQ(state().CurrentFrame, Integer(-1));
+  EXPECT_EQ(state().CurrentFrame, Long(-1));
   EXPECT_FALSE(f.tmrControlDisplay->running());
   EXPECT_EQ(f.lblImageID->Caption(), "32767");
   EXPECT_TRUE(boxes().empty());
@@ -280,7 +281,7 @@ TEST_F(TransportTest, AClipThatGoesAwayStopsPlaybackWithOneBox) {
   EXPECT_EQ(visibleView(), before);
   // The window stays usable: another clip opens.
   open(makeClip("other.HGV", 2));
-  EXPECT_EQ(state().TotalFrames, Integer(2));
+  EXPECT_EQ(state().TotalFrames, Long(2));
   f.imgRightStep_Click();
   expectShowing(1);
   EXPECT_EQ(boxes().size(), 1u);
