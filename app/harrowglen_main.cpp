@@ -11,6 +11,7 @@
 #include "toolkit/core/program_folder.h"
 #include "toolkit/widgets/host.h"
 #include "toolkit/widgets/instance_link.h"
+#include "video/video_file.h"
 #include "window/windows.h"
 
 namespace {
@@ -36,6 +37,7 @@ std::optional<int> endsAtArguments(const app::ParsedWindowStart& parsed) {
 
 int main(int argc, char* argv[]) {
   QApplication app(argc, argv);
+  video::silenceLibraryLog();
   // The program ends by its own rule, when the last form is unloaded, not when a window closes.
   QApplication::setQuitOnLastWindowClosed(false);
   // The desktop matches the window to its launcher and icon by this name.

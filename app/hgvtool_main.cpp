@@ -8,6 +8,7 @@
 #include "app/hgvtool_commands.h"
 #include "search/driver/tool_session.h"
 #include "toolkit/core/resource_budget.h"
+#include "video/video_file.h"
 
 namespace {
 
@@ -56,6 +57,7 @@ int main(int argc, char** argv) {
     std::cerr << usage();
     return 2;
   }
+  video::silenceLibraryLog();
   try {
     toolkit::ResourceBudget budget(toolkit::ResourceBudget::kDefaultPictureBytes,
                                    toolkit::ResourceBudget::machineThreads());

@@ -2,6 +2,10 @@
 
 #include <algorithm>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include "toolkit/core/image.h"
 #include "video/frame_reader.h"
 #include "video/video_facts.h"
@@ -13,6 +17,8 @@ namespace {
 constexpr int kMaxThreads = 16;
 
 }  // namespace
+
+void silenceLibraryLog() { av_log_set_level(AV_LOG_QUIET); }
 
 std::unique_ptr<VideoFile> VideoFile::open(const std::string& path, const Options& options) {
   return std::make_unique<FrameReader>(fileSource(path), path, options);

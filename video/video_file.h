@@ -57,6 +57,10 @@ struct VideoFrame {
   std::size_t rowBytes = 0;
 };
 
+// Keeps FFmpeg's libraries from writing their own log to stderr; a program calls it once at its
+// start. Our own messages say what went wrong with a file, in the program's words.
+void silenceLibraryLog();
+
 class VideoFile {
  public:
   // `threads`: libavcodec's decoding threads (1: on the caller's thread only). The pictures do
