@@ -79,6 +79,49 @@ TEST_F(OpenVideoTest, AVideoLongerThanAClipGoesToItsEndAndStepsBackFromIt) {
   EXPECT_GT(f.picBlock->Left, f.BarTravel.value() * 0.99) << "the block stands at the bar's end";
 }
 
+// The same JPEGs as a clip and as MJPEG in QuickTime: the same search leaves the same scratch
+// files, and playing back shows the same frames.
+TEST_F(OpenVideoTest, AnMjpegVideoSearchesAndPlaysBackAsAClipOfItsJpegs) {
+  start();
+  const std::vector<testing_support::Square> squares{{200, 150, 96, 5, 9}};
+  const std::string clip = sceneClip("scene.HGV", 12, squares);
+  std::vector<std::vector<std::uint8_t>> jpegs;
+  for (int k = 0; k < 12; ++k) jpegs.push_back(jpegOf(k));
+  const std::string mov = file("scene.mov");
+  testing_support::writeJpegVideo(mov, "mov", jpegs, 640, 480);
+
+  struct Seen {
+    std::vector<std::uint8_t> tempJpg, bitmap, marked;
+    std::vector<int> playedBack;
+  };
+  const auto run = [&](const std::string& path) {
+    open(path);
+    window::Form1& f = form();
+    f.imgRightSearch_Click();
+    Seen seen{testing_support::readBytes(scratch()),
+              testing_support::readBytes(file("1.bmp")),
+              testing_support::readBytes(file("temp.bmp")),
+              {}};
+    f.imgLeftPlay_Click();
+    for (int tick = 0; tick < 4; ++tick) {
+      f.tmrControlDisplay->tick();
+      seen.playedBack.push_back(state().CurrentFrame.value());
+    }
+    f.imgPausePlay_Click();
+    return seen;
+  };
+  const Seen fromClip = run(clip);
+  const Seen fromVideo = run(mov);
+  ASSERT_TRUE(boxes().empty()) << boxes()[0].text;
+  EXPECT_EQ(state().ClipFileName, mov);
+  EXPECT_FALSE(fromClip.marked.empty()) << "the search found the square";
+  EXPECT_EQ(fromVideo.tempJpg, fromClip.tempJpg);
+  EXPECT_EQ(fromVideo.bitmap, fromClip.bitmap);
+  EXPECT_EQ(fromVideo.marked, fromClip.marked);
+  EXPECT_EQ(fromVideo.playedBack, fromClip.playedBack);
+  EXPECT_EQ(fromClip.playedBack, (std::vector<int>{4, 3, 2, 1}));
+}
+
 TEST_F(OpenVideoTest, AFileThatIsNoVideoGetsOneBoxAndTheClipStaysOpen) {
   start();
   const std::string good = makeClip("good.HGV", 4);
@@ -94,7 +137,9 @@ TEST_F(OpenVideoTest, AFileThatIsNoVideoGetsOneBoxAndTheClipStaysOpen) {
     bytes.resize(bytes.size() / 3);
     testing_support::writeBytes(cut, bytes);
   }
-  for (const std::string& bad : {notes, cut}) {
+  const std::string sound = file("voice.mov");
+  testing_support::writeSoundOnly(sound);
+  for (const std::string& bad : {notes, cut, sound}) {
     m_host.messages.clear();
     open(bad);
     ASSERT_EQ(boxes().size(), 1u) << bad;
@@ -107,6 +152,8 @@ TEST_F(OpenVideoTest, AFileThatIsNoVideoGetsOneBoxAndTheClipStaysOpen) {
     EXPECT_EQ(state().CurrentFrame, Long(1));
     EXPECT_EQ(visibleView(), before);
   }
+  EXPECT_EQ(boxes()[0], toolkit::MessageBoxRequest::critical(
+                            "voice.mov cannot be opened: no video stream.", "Warning"));
   form().imgRightStep_Click();
   EXPECT_EQ(state().CurrentFrame, Long(2)) << "the clip still steps";
 }

@@ -206,6 +206,30 @@ void writeJpegVideo(const std::string& path, const std::string& container,
   out.finish();
 }
 
+void writeSoundOnly(const std::string& path) {
+  Muxer out(path, "mov");
+  AVCodecParameters* sound = out.stream->codecpar;
+  sound->codec_type = AVMEDIA_TYPE_AUDIO;
+  sound->codec_id = AV_CODEC_ID_PCM_S16LE;
+  sound->sample_rate = 8000;
+  av_channel_layout_default(&sound->ch_layout, 1);
+  sound->bits_per_coded_sample = 16;
+  sound->block_align = 2;
+  out.stream->time_base = {1, 8000};
+  out.header("", false);
+  AVPacket* packet = av_packet_alloc();
+  for (int k = 0; k < 10; ++k) {
+    check(av_new_packet(packet, 1600), "packet");
+    std::memset(packet->data, 0, 1600);
+    packet->pts = packet->dts = k * 800;
+    packet->duration = 800;
+    out.write(packet, {1, 8000});
+    av_packet_unref(packet);
+  }
+  av_packet_free(&packet);
+  out.finish();
+}
+
 void quietLibav() { av_log_set_level(AV_LOG_QUIET); }
 
 }  // namespace testing_support

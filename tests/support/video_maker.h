@@ -44,6 +44,9 @@ void writeJpegVideo(const std::string& path, const std::string& container,
                     const std::vector<std::vector<std::uint8_t>>& jpegs, int width, int height,
                     int rateNum = 25, int rateDen = 1);
 
+// A QuickTime file with one second of silent 8 kHz PCM sound and no picture at all.
+void writeSoundOnly(const std::string& path);
+
 // Silences libav's log for the rest of the process: damaged inputs on purpose make it talk.
 void quietLibav();
 
