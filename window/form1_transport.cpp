@@ -1,5 +1,9 @@
 // Step, play and pause: the buttons under the view and the playback clock.
 
+#include <algorithm>
+#include <cmath>
+
+#include "video/video_file.h"
 #include "window/form1.h"
 
 namespace window {
@@ -26,6 +30,17 @@ constexpr SpeedRow kBackward[] = {
     {"-4X", 30, 4, "-5X"},  {"-5X", 450, 0, "-1X"},
 };
 constexpr int kStartInterval = 450;
+// A clip plays its speeds at these intervals whatever its frame rate; a video plays them at its own
+// rate, 1X its frames' own duration and the other speeds in the same proportions.
+constexpr int kOneTimesInterval = 350;
+
+int playInterval(const window::Form1& form, int interval) {
+  const video::VideoFacts* video = form.SeparateMJPG.videoFacts();
+  if (!video || video->microSecPerFrame == 0) return interval;
+  const double ms =
+      static_cast<double>(interval) * video->microSecPerFrame / 1000.0 / kOneTimesInterval;
+  return std::max(1, static_cast<int>(std::lround(ms)));
+}
 
 }  // namespace
 
@@ -105,7 +120,7 @@ void startPlayback(window::Form1& form, const SpeedRow (&rows)[5],
     if (form.PlaySpeed == r.at) row = &r;
   }
   const int image = row ? row->image : 0;
-  form.tmrControlDisplay->Interval = row ? row->interval : kStartInterval;
+  form.tmrControlDisplay->Interval = playInterval(form, row ? row->interval : kStartInterval);
   for (int i = 0; i < 5; ++i) marks[i]->Visible = i == image;
   form.PlaySpeed = row ? row->next : rows[4].next;
   if (!row) {

@@ -55,6 +55,16 @@ TEST_F(OpenVideoTest, AnH264VideoOpensStepsBothWaysAndKeepsItsPictureJpegInTempJ
   EXPECT_EQ(f.lblImageID->Caption(), "6");
   for (int step = 0; step < 3; ++step) f.imgRightStep_Click();
   EXPECT_EQ(visibleView(), atEight) << "the same frame shows the same picture either way";
+
+  // 1X plays the video at its own 25 frames a second; the other speeds, the first click's
+  // among them, keep their proportions to it.
+  f.imgRightPlay_Click();
+  EXPECT_EQ(f.tmrControlDisplay->Interval(), Long(51)) << "450 ms for a clip";
+  f.imgRightPlay_Click();
+  EXPECT_EQ(f.tmrControlDisplay->Interval(), Long(40)) << "1X";
+  f.imgRightPlay_Click();
+  EXPECT_EQ(f.tmrControlDisplay->Interval(), Long(29)) << "2X";
+  f.imgPausePlay_Click();
 }
 
 TEST_F(OpenVideoTest, AVideoLongerThanAClipGoesToItsEndAndStepsBackFromIt) {
