@@ -98,13 +98,16 @@ FramePtr SeparateMJPG::videoFrame(std::int32_t index) {
   frame->index = index;
   frame->fromVideo = true;
   try {
-    video::VideoFrame picture = m_video->frame(index);
+    // The pool's bitmap, kept from an earlier frame, is written over instead of a fresh one.
+    video::VideoFrame picture;
+    picture.bitmap.swap(frame->bitmap);
+    m_video->frameInto(index, picture);
+    frame->bitmap.swap(picture.bitmap);
     if (!picture.jpeg.empty()) {
       frame->fromVideo = false;
       frame->jpeg = std::move(picture.jpeg);
       return frame;
     }
-    frame->bitmap = std::move(picture.bitmap);
     frame->width = picture.width;
     frame->height = picture.height;
     frame->rowBytes = picture.rowBytes;

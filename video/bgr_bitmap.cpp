@@ -14,6 +14,9 @@ namespace {
 
 constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_BITEXACT | SWS_FULL_CHR_H_INT;
 
+// The bitmap's buffer belongs to its vector: the converter only borrows it.
+void keepBuffer(void*, std::uint8_t*) {}
+
 [[noreturn]] void refuse(std::int64_t index, const std::string& why) {
   throw VideoError("frame " + std::to_string(index) + " cannot be shown (" + why + ")");
 }
@@ -61,7 +64,7 @@ void BgrBitmaps::takeColours(const AVFrame& picture) {
                            contrast, saturation);
 }
 
-VideoFrame BgrBitmaps::make(std::int64_t index, const AVFrame& picture) {
+void BgrBitmaps::make(std::int64_t index, const AVFrame& picture, VideoFrame& frame) {
   const int width = picture.width, height = picture.height;
   if (width <= 0 || height <= 0 ||
       static_cast<std::int64_t>(width) * height > toolkit::kMaxPicturePixels) {
@@ -71,26 +74,41 @@ VideoFrame BgrBitmaps::make(std::int64_t index, const AVFrame& picture) {
     refuse(index, "its pixel format cannot be converted");
   }
   takeColours(picture);
-  FramePtr rows(av_frame_alloc());
-  if (!rows || sws_scale_frame(m_sws, rows.get(), &picture) < 0) {
-    refuse(index, "the conversion failed");
-  }
 
   const toolkit::BmpHeader header = toolkit::BmpHeader::of(width, height);
-  VideoFrame frame;
+  const auto rowBytes = static_cast<std::size_t>(header.rowBytes());
   frame.index = index;
+  frame.jpeg.clear();
   frame.width = width;
   frame.height = height;
-  frame.rowBytes = static_cast<std::size_t>(header.rowBytes());
-  frame.bitmap.assign(static_cast<std::size_t>(header.fileBytes()), 0);
+  frame.rowBytes = rowBytes;
+  frame.bitmap.resize(static_cast<std::size_t>(header.fileBytes()));
   header.write(frame.bitmap.data());
+  // The converter writes each row's pixels and never its padding, which a buffer used before
+  // may still hold.
   const std::size_t tightRow = static_cast<std::size_t>(width) * 3;
-  for (int y = 0; y < height; ++y) {
-    std::memcpy(frame.bitmap.data() + toolkit::kBmpHeaderBytes +
-                    static_cast<std::size_t>(height - 1 - y) * frame.rowBytes,
-                rows->data[0] + static_cast<std::ptrdiff_t>(y) * rows->linesize[0], tightRow);
+  std::uint8_t* const rows = frame.bitmap.data() + toolkit::kBmpHeaderBytes;
+  if (tightRow < rowBytes) {
+    for (int y = 0; y < height; ++y) {
+      std::memset(rows + static_cast<std::size_t>(y) * rowBytes + tightRow, 0, rowBytes - tightRow);
+    }
   }
-  return frame;
+  // Straight into the bitmap, its last row first: a row of a bitmap file is the picture's row
+  // from the bottom.
+  FramePtr target(av_frame_alloc());
+  AVBufferRef* buffer =
+      av_buffer_create(rows, rowBytes * static_cast<std::size_t>(height), keepBuffer, nullptr, 0);
+  if (!target || !buffer) {
+    av_buffer_unref(&buffer);
+    refuse(index, "no memory for the conversion");
+  }
+  target->buf[0] = buffer;
+  target->data[0] = rows + static_cast<std::size_t>(height - 1) * rowBytes;
+  target->linesize[0] = -static_cast<int>(rowBytes);
+  target->width = width;
+  target->height = height;
+  target->format = AV_PIX_FMT_BGR24;
+  if (sws_scale_frame(m_sws, target.get(), &picture) < 0) refuse(index, "the conversion failed");
 }
 
 }  // namespace video

@@ -24,9 +24,10 @@ class BgrBitmaps {
   BgrBitmaps(const BgrBitmaps&) = delete;
   BgrBitmaps& operator=(const BgrBitmaps&) = delete;
 
-  // Frame `index` of `picture`: the bitmap file (header, rows bottom-up, padded to 4) and its
-  // size. Throws VideoError for a picture larger than a picture may be or one libswscale refuses.
-  VideoFrame make(std::int64_t index, const AVFrame& picture);
+  // Frame `index` of `picture` into `frame`: the bitmap file (header, rows bottom-up, padded to
+  // 4) and its size; the bitmap's buffer is kept when it has the size. Throws VideoError for a
+  // picture larger than a picture may be or one libswscale refuses.
+  void make(std::int64_t index, const AVFrame& picture, VideoFrame& frame);
 
  private:
   SwsContext* converter(int width, int height, int format);

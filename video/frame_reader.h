@@ -23,7 +23,7 @@ class FrameReader final : public VideoFile {
   FrameReader(std::unique_ptr<ByteSource> source, const std::string& name, const Options& options);
 
   const VideoFacts& facts() const override { return m_facts; }
-  VideoFrame frame(std::int64_t index) override;
+  void frameInto(std::int64_t index, VideoFrame& frame) override;
   std::int64_t framesDecoded() const override { return m_framesDecoded; }
 
  private:

@@ -61,13 +61,22 @@ void FrameReader::openDecoder(int threads) {
   }
 }
 
-VideoFrame FrameReader::frame(std::int64_t index) {
+void FrameReader::frameInto(std::int64_t index, VideoFrame& frame) {
   if (index < 0 || index >= m_facts.frameCount) {
     throw VideoError("no frame " + std::to_string(index) + " (the video has " +
                      std::to_string(m_facts.frameCount) + ")");
   }
-  if (m_facts.jpegFrames) return jpegFrame(index);
-  if (const AVFrame* cached = m_cache.find(index)) return m_bitmaps.make(index, *cached);
+  if (m_facts.jpegFrames) {
+    VideoFrame jpeg = jpegFrame(index);
+    frame.index = jpeg.index;
+    frame.jpeg = std::move(jpeg.jpeg);
+    // Emptied, not freed: the caller's buffer stays its own.
+    frame.bitmap.clear();
+    frame.width = frame.height = 0;
+    frame.rowBytes = 0;
+    return;
+  }
+  if (const AVFrame* cached = m_cache.find(index)) return m_bitmaps.make(index, *cached, frame);
 
   const std::int64_t start = m_index.startFor(index);
   const bool reached = decodingOnReaches(index) || startRun(start);
@@ -77,7 +86,7 @@ VideoFrame FrameReader::frame(std::int64_t index) {
   const std::int64_t earlier = m_index.keyframeBefore(start);
   if (!picture && earlier >= 0 && startRun(earlier)) picture = decodeUntil(index);
   if (!picture) throw VideoError("frame " + std::to_string(index) + " could not be decoded");
-  return m_bitmaps.make(index, *picture);
+  m_bitmaps.make(index, *picture, frame);
 }
 
 }  // namespace video

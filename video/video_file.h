@@ -81,7 +81,14 @@ class VideoFile {
   virtual const VideoFacts& facts() const = 0;
   // Frame `index` (0 .. frameCount - 1). Throws VideoError when it cannot be decoded (a damaged
   // frame); the file stays usable for other frames. Not thread-safe: one caller at a time.
-  virtual VideoFrame frame(std::int64_t index) = 0;
+  VideoFrame frame(std::int64_t index) {
+    VideoFrame frame;
+    frameInto(index, frame);
+    return frame;
+  }
+  // The same into `frame`, whose bitmap buffer is written over when it has the size already: a
+  // caller that keeps its buffers pays no fresh memory for each picture.
+  virtual void frameInto(std::int64_t index, VideoFrame& frame) = 0;
   // How many frames the decoder has put out since opening (for the benchmarks and the tests
   // that count decodes per step).
   virtual std::int64_t framesDecoded() const = 0;
