@@ -152,14 +152,10 @@ int runExtract(const Args& arguments, std::ostream& out, std::ostream& err) {
   }
   std::vector<std::uint8_t> bytes;
   try {
-    if (clip.videoFacts()) {
-      bytes = clip.frameJpeg(static_cast<int>(frame));
-      if (bytes.empty()) throw RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
-    } else {
-      const std::string scratch = clip.ExtractCurrentJpg(args[0], static_cast<int>(frame));
-      bytes = toBytes(toolkit::readWholeFile(session.platform().files, scratch));
-      bytes.resize(static_cast<std::size_t>(clip.ExtractedSize.value()));
-    }
+    // A clip's or an MJPEG video's own bytes; another video's picture as its JPEG, which a
+    // frame that does not decode does not have.
+    bytes = clip.frameJpeg(static_cast<int>(frame));
+    if (bytes.empty()) throw RuntimeError::of(toolkit::ErrorNumber::InvalidPicture);
     if (!writeFileAtomically(args[2], bytes, err)) return 1;
   } catch (const RuntimeError& e) {
     err << "hgvtool: frame " << frame << ": Error " << e.number() << ": " << e.description()

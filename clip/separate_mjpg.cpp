@@ -6,6 +6,7 @@
 
 #include "clip/clip_format.h"
 #include "clip/clip_scan.h"
+#include "clip/footage_types.h"
 #include "toolkit/core/little_endian.h"
 #include "toolkit/core/program_folder.h"
 #include "toolkit/core/runtime_error.h"
@@ -40,6 +41,22 @@ std::array<std::uint8_t, N> readRecord(toolkit::ReadableFile& file, std::int64_t
 }
 
 }  // namespace
+
+bool SeparateMJPG::isClipFile(toolkit::FileSystem& files, const std::string& path) {
+  if (hasExtension(path, kClipExtension)) return true;
+  try {
+    auto file = files.openRead(path);
+    if (file->length() == 0) return true;
+    // The tags the header check tests, where it tests them.
+    const auto riff = readRecord<12>(*file, format::kRiffOffset);
+    const auto main = readRecord<4>(*file, format::kMainHeaderOffset);
+    const auto junk = readRecord<4>(*file, format::kJunkOffset);
+    return tagIs(riff.data(), format::kRiffTag) && tagIs(riff.data() + 8, format::kAviFormType) &&
+           tagIs(main.data(), format::kMainHeaderTag) && tagIs(junk.data(), format::kJunkTag);
+  } catch (const RuntimeError&) {
+    return true;
+  }
+}
 
 Boolean SeparateMJPG::InitialAviInfo(const std::string& path) {
   // Whatever this check says, the video that was open is closed: the session's file is this one.

@@ -3,9 +3,6 @@
 // takes both.
 
 #include <algorithm>
-#include <array>
-#include <cctype>
-#include <cstring>
 #include <filesystem>
 
 #include "clip/clip_format.h"
@@ -26,39 +23,12 @@ namespace {
 // A picture exported from a video, where the frame has no JPEG bytes of its own.
 constexpr int kVideoJpegQuality = 95;
 
-bool endsWithHgv(const std::string& path) {
-  if (path.size() < 4) return false;
-  std::string tail = path.substr(path.size() - 4);
-  std::transform(tail.begin(), tail.end(), tail.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return tail == ".hgv";
-}
-
-bool tagAt(const std::uint8_t* bytes, std::int64_t offset, std::string_view tag) {
-  return std::memcmp(bytes + offset, tag.data(), tag.size()) == 0;
-}
-
 }  // namespace
 
 SeparateMJPG::SeparateMJPG(toolkit::Platform& platform)
     : m_platform(platform), m_scratch(platform.files, platform.programFolder) {}
 
 SeparateMJPG::~SeparateMJPG() = default;
-
-bool SeparateMJPG::isClipFile(toolkit::FileSystem& files, const std::string& path) {
-  if (endsWithHgv(path)) return true;
-  std::array<std::uint8_t, format::kJunkOffset + 4> head{};
-  try {
-    auto file = files.openRead(path);
-    if (file->readAt(0, head) < head.size()) return file->length() == 0;
-  } catch (const RuntimeError&) {
-    return true;
-  }
-  return tagAt(head.data(), format::kRiffOffset, format::kRiffTag) &&
-         tagAt(head.data(), format::kRiffOffset + 8, format::kAviFormType) &&
-         tagAt(head.data(), format::kMainHeaderOffset, format::kMainHeaderTag) &&
-         tagAt(head.data(), format::kJunkOffset, format::kJunkTag);
-}
 
 Boolean SeparateMJPG::OpenVideo(const std::string& path) {
   std::unique_ptr<video::VideoFile> opened;

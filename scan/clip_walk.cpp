@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
 #include <utility>
 
 #include "clip/footage_types.h"
@@ -17,10 +16,9 @@ std::string lowered(std::string text) {
   return text;
 }
 
-bool isFootageName(const std::filesystem::path& p, const std::vector<std::string>& extensions) {
-  const std::string ext = lowered(p.extension().string());
-  return ext.size() > 1 &&
-         std::find(extensions.begin(), extensions.end(), ext.substr(1)) != extensions.end();
+bool isFootageName(const std::string& name, const std::vector<std::string>& extensions) {
+  return std::any_of(extensions.begin(), extensions.end(),
+                     [&](const std::string& e) { return clip::hasExtension(name, e); });
 }
 
 // Walks one folder given: its entries are read whole before any subfolder is opened, so the walk
